@@ -122,13 +122,11 @@ Rounds deflateRounds(z_stream &stream, FILE *in, Job &job) {
 // Sets up a deflate stream and runs the job's rounds: the init status when it
 // fails, else -1 for a failed round and 0 when the rounds ended.
 template <typename Job>
-int compressWith(FILE *in, int level, Job &job, Rounds *ending = nullptr) {
+int compressWith(FILE *in, int level, Job &job) {
     ScopedDeflate stream;
     if (const int status = stream.started(initDeflate(stream.get(), level)); status != Z_OK)
         return status;
-    const Rounds rounds = deflateRounds(stream.get(), in, job);
-    if (ending != nullptr) *ending = rounds;
-    return rounds == Rounds::Failed ? -1 : 0;
+    return deflateRounds(stream.get(), in, job) == Rounds::Failed ? -1 : 0;
 }
 
 // A whole image: written to out, reported against the expected total that
@@ -361,7 +359,8 @@ std::size_t compressDataCallback(char *dest, std::size_t size, std::size_t count
             if (ctx->file == nullptr || !startUpload(*ctx, want)) return 0;
         }
     } else {
-        if (ctx->bytesRead > ctx->pieceLimit) return 0;  // the piece is complete
+        // No source, or the piece is complete.
+        if (ctx->file == nullptr || ctx->bytesRead > ctx->pieceLimit) return 0;
         if (ctx->bytesRead == 0 && !startUpload(*ctx, want)) return 0;
     }
     return upgradedCompression(dest, want, *ctx);

@@ -74,6 +74,8 @@ struct SplitCase {
     std::size_t pieceInput;  // input bytes of every piece but the last
 };
 
+void PrintTo(const SplitCase &split, std::ostream *os) { *os << "limit" << split.limit; }
+
 class CompressionSplit : public testing::TestWithParam<SplitCase> {};
 
 TEST_P(CompressionSplit, PiecesAreWholeReadsUpToTheLimit) {
