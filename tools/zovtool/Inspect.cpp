@@ -139,7 +139,7 @@ Json attachmentsJson(const MimeStruct *parts, const std::string &saveDir) {
     for (const MimeStruct *part = parts; part; part = part->next) {
         ++index;
         std::string bytes = zov::toString(part->body);
-        Json entry = {{"index", index}, {"headers", headersJson(part->headers)}, {"bytes", bytes.size()}};
+        Json entry = {{"headers", headersJson(part->headers)}, {"bytes", bytes.size()}};
         if (!saveDir.empty()) {
             const char *id = httpPayloadGetHeader(part->headers, "Content-ID");
             std::string path = saveDir + "/" + safeFileName(id ? id : "", index);
@@ -236,6 +236,11 @@ void renderValue(std::ostream &out, const std::string &key, const Json &value, i
     if (key == "tree" && value.is_object()) {
         out << indent << "tree:\n";
         renderTree(out, value, depth + 1);
+    } else if (key == "headers" && value.is_array()) {
+        out << indent << "headers:" << (value.empty() ? " (none)" : "") << '\n';
+        for (const Json &header : value)
+            out << indent << "  " << header["name"].get<std::string>() << ": " << header["value"].get<std::string>()
+                << '\n';
     } else if (value.is_object()) {
         out << indent << key << ":\n";
         for (const auto &[k, v] : value.items()) renderValue(out, k, v, depth + 1);
