@@ -1,0 +1,33 @@
+// Test and benchmark helper: standard base64 text of some bytes, optionally
+// cut into lines.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+// Base64 of bytes; with lineWidth > 0 the text is cut into lines of that many
+// characters, each followed by lineEnd (the last one too).
+inline std::string base64Text(std::string_view bytes, std::size_t lineWidth = 0,
+                              std::string_view lineEnd = "\r\n") {
+    static constexpr char kAlphabet[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        std::size_t n = bytes.size() - i < 3 ? bytes.size() - i : 3;
+        unsigned word = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            word = word << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0u);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += k <= n ? kAlphabet[(word >> (18 - 6 * k)) & 63] : '=';
+    }
+    if (lineWidth == 0) return text;
+    std::string wrapped;
+    wrapped.reserve(text.size() + text.size() / lineWidth * lineEnd.size() + lineEnd.size());
+    for (std::size_t i = 0; i < text.size(); i += lineWidth) {
+        wrapped.append(text, i, lineWidth);
+        wrapped.append(lineEnd);
+    }
+    return wrapped;
+}
