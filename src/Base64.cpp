@@ -1,6 +1,7 @@
 // Strict base64 decoding of strings and chains.
 #include "Base64.h"
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdint>
@@ -70,18 +71,18 @@ int chunkByte(const int values[4], int position) noexcept {
     }
 }
 
-bool illegal(char c) noexcept {
+bool illegal(char c, bool report) noexcept {
     if (valueOf(c) >= 0) return false;
-    ZOV_REPORT_AS("base64DecodeN", 1, "Illegal value found in input '%c'", c);
+    if (report) ZOV_REPORT_AS("base64DecodeN", 1, "Illegal value found in input '%c'", c);
     return true;
 }
 
 // A group holding a pad or an illegal character, decoded character by
-// character. Returns the bytes written, or -1 after the report.
-int decodeSpecialGroup(unsigned char *out, const char *group) noexcept {
+// character. Returns the bytes written, or -1 (after the report, if asked).
+int decodeSpecialGroup(unsigned char *out, const char *group, bool report) noexcept {
     int values[4];
     for (int i = 0; i < 4; ++i) {
-        if (illegal(group[i])) return -1;
+        if (illegal(group[i], report)) return -1;
         values[i] = valueOf(group[i]);
     }
     int written = 0;
@@ -93,7 +94,8 @@ int decodeSpecialGroup(unsigned char *out, const char *group) noexcept {
     return written;
 }
 
-int decode(unsigned char *out, const char *in, std::size_t length) noexcept {
+// base64DecodeN; report says whether an illegal character is reported.
+int decode(unsigned char *out, const char *in, std::size_t length, bool report = true) noexcept {
     const auto *bytes = reinterpret_cast<const unsigned char *>(in);
     const std::size_t groups = length / 4;
     unsigned char *write = out;
@@ -101,7 +103,7 @@ int decode(unsigned char *out, const char *in, std::size_t length) noexcept {
         std::uint32_t word = kTables.shifted[0][bytes[0]] | kTables.shifted[1][bytes[1]] |
                              kTables.shifted[2][bytes[2]] | kTables.shifted[3][bytes[3]];
         if (word & kSpecial) {
-            int n = decodeSpecialGroup(write, reinterpret_cast<const char *>(bytes));
+            int n = decodeSpecialGroup(write, reinterpret_cast<const char *>(bytes), report);
             if (n < 0) return -1;
             write += n;
             continue;
@@ -113,7 +115,7 @@ int decode(unsigned char *out, const char *in, std::size_t length) noexcept {
     }
     // An incomplete last group is checked but produces nothing.
     for (std::size_t i = groups * 4; i < length; ++i) {
-        if (illegal(in[i])) return -1;
+        if (illegal(in[i], report)) return -1;
     }
     return static_cast<int>(write - out);
 }
@@ -122,38 +124,56 @@ int decode(unsigned char *out, const char *in, std::size_t length) noexcept {
 
 namespace zov {
 
-void base64DecodeSlices(CharBuffer *dest, ChainReader &src, std::size_t count, bool skipLineBreaks) noexcept {
-    char slice[kBase64Slice];
-    unsigned char decoded[kBase64Slice / 4 * 3];
-    std::size_t filled = 0;
-    ChainAppender appender(dest);
-    auto flush = [&] {
-        int n = decode(decoded, slice, filled);
-        appender.append(decoded, n > 0 ? static_cast<std::size_t>(n) : 0);
-        filled = 0;
-    };
-    while (count > 0) {
-        std::string_view span = src.span();
-        if (span.empty()) break;
-        std::size_t take = std::min(span.size(), count);
-        if (!skipLineBreaks) take = std::min(take, kBase64Slice - filled);
-        const char *bytes = span.data();
-        std::size_t used = 0;
-        if (skipLineBreaks) {
-            while (used < take && filled < kBase64Slice) {
-                char c = bytes[used++];
-                if (c != '\n' && c != '\r') slice[filled++] = c;
-            }
-        } else {
-            std::memcpy(slice + filled, bytes, take);
-            filled += take;
-            used = take;
+Base64SliceDecoder::Base64SliceDecoder(ChainAppender out, bool deferFailures) noexcept
+    : out_(out), defer_(deferFailures) {}
+
+Base64SliceDecoder::~Base64SliceDecoder() { freeAllCharBuffers(kept_); }
+
+void Base64SliceDecoder::add(const char *text, std::size_t size) noexcept {
+    while (size > 0) {
+        if (kept_ != nullptr) {
+            keptOut_.append(text, size);
+            return;
         }
-        src.consume(used);
-        count -= used;
-        if (filled == kBase64Slice) flush();
+        std::size_t n = std::min(size, kBase64Slice - filled_);
+        std::memcpy(slice_ + filled_, text, n);
+        filled_ += n;
+        text += n;
+        size -= n;
+        if (filled_ == kBase64Slice) decodeSlice(!defer_);
     }
-    if (filled > 0) flush();
+}
+
+void Base64SliceDecoder::decodeSlice(bool report) noexcept {
+    unsigned char decoded[kBase64Slice / 4 * 3];
+    int n = decode(decoded, slice_, filled_, report);
+    if (n < 0 && !report) {
+        // Keep this slice and all later text for finish(); with nowhere to
+        // keep it, report now.
+        kept_ = createCharBuffer();
+        if (kept_ != nullptr) {
+            keptOut_ = ChainAppender(kept_);
+            keptOut_.append(slice_, filled_);
+            filled_ = 0;
+            return;
+        }
+        decode(decoded, slice_, filled_, true);
+    }
+    out_.append(decoded, n > 0 ? static_cast<std::size_t>(n) : 0);
+    filled_ = 0;
+}
+
+void Base64SliceDecoder::finish() noexcept {
+    if (kept_ != nullptr) {
+        Base64SliceDecoder now(out_, false);
+        for (const CharBuffer *link = kept_; link != nullptr; link = link->next)
+            now.add(link->data, linkLength(link));
+        now.finish();
+        freeAllCharBuffers(kept_);
+        kept_ = nullptr;
+    } else if (filled_ > 0) {
+        decodeSlice(true);
+    }
 }
 
 }  // namespace zov
@@ -183,9 +203,10 @@ ZOV_API int base64Decode(unsigned char *out, const char *in) {
 }
 
 ZOV_API int base64DecodeCharBuffer(CharBuffer *dest, CharBuffer *src) {
-    auto total = static_cast<std::size_t>(getTotalBufferLength(src));
-    zov::ChainReader reader(src);
-    zov::base64DecodeSlices(dest, reader, total, false);
+    zov::Base64SliceDecoder decoder(zov::ChainAppender(dest), false);
+    for (const CharBuffer *link = src; link != nullptr; link = link->next)
+        decoder.add(link->data, zov::linkLength(link));
+    decoder.finish();
     return getTotalBufferLength(dest);
 }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -38,11 +39,6 @@ struct PartDeleter {
     void operator()(MimeStruct *part) const noexcept { freeMimeStruct(part); }
 };
 using PartPtr = std::unique_ptr<MimeStruct, PartDeleter>;
-
-struct ChainDeleter {
-    void operator()(CharBuffer *chain) const noexcept { freeAllCharBuffers(chain); }
-};
-using ChainPtr = std::unique_ptr<CharBuffer, ChainDeleter>;
 
 // A header value as text, never read past its record field.
 std::string_view valueText(const char *value) noexcept {
@@ -137,82 +133,159 @@ void addHeaderLine(HttpHeader **headers, std::string &line) noexcept {
     httpPayloadAddHeader(headers, name, value);
 }
 
+// A body given as a caller's chain.
+class ChainInput {
+public:
+    explicit ChainInput(CharBuffer *chain) noexcept : chain_(chain) {}
+    bool empty() const noexcept { return zov::ChainReader(chain_).atEnd(); }
+    CharBuffer *copy() const noexcept { return charBufferCopy(chain_); }
+    zov::ChainReader reader() const noexcept { return zov::ChainReader(chain_); }
+
+private:
+    CharBuffer *chain_;
+};
+
+// A body given as bytes in memory (processMime's data), read in place with
+// the same line rules as a chain: a line ends after its '\n' (or at the end),
+// every '\r' is dropped.
+class FlatInput {
+public:
+    class Reader {
+    public:
+        explicit Reader(std::string_view bytes) noexcept : rest_(bytes) {}
+        bool nextLine(std::string &line) {
+            line.clear();
+            if (rest_.empty()) return false;
+            std::size_t end = rest_.find('\n');
+            std::string_view taken = rest_.substr(0, end == std::string_view::npos ? rest_.size() : end + 1);
+            rest_.remove_prefix(taken.size());
+            for (std::size_t cr; (cr = taken.find('\r')) != std::string_view::npos; taken.remove_prefix(cr + 1))
+                line.append(taken.data(), cr);
+            line.append(taken);
+            return true;
+        }
+
+    private:
+        std::string_view rest_;
+    };
+
+    explicit FlatInput(std::string_view bytes) noexcept : bytes_(bytes) {}
+    bool empty() const noexcept { return bytes_.empty(); }
+    CharBuffer *copy() const noexcept {
+        CharBuffer *chain = createCharBuffer();
+        if (chain != nullptr && !zov::ChainAppender(chain).append(bytes_)) {
+            freeAllCharBuffers(chain);
+            return nullptr;
+        }
+        return chain;
+    }
+    Reader reader() const noexcept { return Reader(bytes_); }
+
+private:
+    std::string_view bytes_;
+};
+
+bool isBase64(const char *encoding) noexcept { return encoding != nullptr && std::strcmp(encoding, "base64") == 0; }
+
 // Rebuilds a part's content from its lines: each line without its line end,
 // a line feed between it and the previous one once the content holds data.
+// Base64 content is decoded as it comes instead: its line feeds would be
+// removed before decoding anyway, so only the lines' text goes to the decoder.
 class ContentBuilder {
 public:
-    explicit ContentBuilder(CharBuffer *body) noexcept : out_(body) {}
+    explicit ContentBuilder(CharBuffer *body) noexcept : text_(body) {}
+
+    void decodeInto(zov::Base64SliceDecoder *decoder) noexcept { base64_ = decoder; }
 
     void addLine(const std::string &line) noexcept {
         std::size_t size = line.empty() ? 0 : line.size() - 1;
-        if (hasData_) out_.append("\n", 1);
-        if (size > 0) {
-            out_.append(line.data(), size);
-            hasData_ = true;
+        if (base64_ != nullptr) {
+            base64_->add(line.data(), size);
+        } else {
+            if (hasData_) text_.append("\n", 1);
+            if (size > 0) text_.append(line.data(), size);
         }
+        if (size > 0) hasData_ = true;
     }
+
+    // Whether the content (before any decoding) holds a byte.
     bool hasData() const noexcept { return hasData_; }
 
 private:
-    zov::ChainAppender out_;
+    zov::ChainAppender text_;
+    zov::Base64SliceDecoder *base64_ = nullptr;
     bool hasData_ = false;
 };
 
-// Reads one part from the reader's position: headers, empty line, content, up
-// to and including the next delimiter line. Sets last when that line is the
-// closing delimiter. NULL (and the part dropped) when the input ends first.
-// May throw std::bad_alloc (long lines); nothing leaks then.
-MimeStruct *getMimePart(zov::ChainReader &reader, const Delimiters &delimiters, bool &last,
-                        std::string &line) {
-    last = false;
-    PartPtr part(newPart());
-    if (!part) {
-        ZOV_REPORT(1, "Error while memory allocation");
+// Reads the parts of a multipart body line by line.
+template <class Reader>
+class MultipartReader {
+public:
+    MultipartReader(Reader reader, std::string_view token) : reader_(reader), delimiters_(token) {}
+
+    // Skips the lines before the first delimiter line, and that line.
+    void skipPreamble() {
+        while (reader_.nextLine(line_) && !delimiters_.opens(line_)) {
+        }
+    }
+
+    // Reads one part: headers, empty line, content, up to and including the
+    // next delimiter line; sets last when that line is the closing delimiter.
+    // NULL (the part dropped) when the input ends first. May throw
+    // std::bad_alloc (long lines); nothing leaks then.
+    MimeStruct *getMimePart(bool &last) {
+        last = false;
+        base64_.reset();
+        PartPtr part(newPart());
+        if (!part) {
+            ZOV_REPORT(1, "Error while memory allocation");
+            return nullptr;
+        }
+        ContentBuilder content(part->body);
+        bool inBody = false;
+        while (reader_.nextLine(line_)) {
+            if (delimiters_.opens(line_)) {
+                last = delimiters_.closes(line_);
+                return part.release();
+            }
+            if (inBody) {
+                content.addLine(line_);
+            } else if (line_.size() > 1) {
+                addHeaderLine(&part->headers, line_);
+            } else {
+                inBody = true;
+                if (isBase64(httpPayloadGetHeader(part->headers, kTransferEncoding)))
+                    content.decodeInto(&base64_.emplace(zov::ChainAppender(part->body), true));
+            }
+        }
+        if (content.hasData())
+            ZOV_REPORT(1, "getMimePart: Error, couldn't find boundaryToken '%s'\n", delimiters_.token());
         return nullptr;
     }
-    ContentBuilder content(part->body);
-    bool inBody = false;
-    while (reader.nextLine(line)) {
-        if (delimiters.opens(line)) {
-            last = delimiters.closes(line);
-            return part.release();
-        }
-        if (inBody) {
-            content.addLine(line);
-        } else if (line.size() <= 1) {
-            inBody = true;
-        } else {
-            addHeaderLine(&part->headers, line);
-        }
-    }
-    if (content.hasData()) {
-        ZOV_REPORT(1, "getMimePart: Error, couldn't find boundaryToken '%s'\n",
-                   delimiters.token());
-    }
-    return nullptr;
-}
 
-// Applies the part's transfer encoding to its content: base64 is decoded (its
-// line breaks removed first), 8bit or none keeps the content; -1 for others.
-int handleDecoding(MimeStruct &part) noexcept {
-    const char *encoding = httpPayloadGetHeader(part.headers, kTransferEncoding);
-    if (encoding == nullptr) return 0;
-    ZOV_REPORT(3, "contentEncoding: '%s'", encoding);
-    if (std::strcmp(encoding, "8bit") == 0) return 0;
-    if (std::strcmp(encoding, "base64") != 0) return -1;
-    CharBuffer *decoded = createCharBuffer();
-    if (decoded == nullptr) {
-        ZOV_REPORT(1, "Error while memory allocation");
-        return -1;
+    // Applies the transfer encoding of the part just read: base64 content
+    // (decoded while it was read) is finished, 8bit or none is kept as it
+    // is; -1 for any other encoding.
+    int handleDecoding(MimeStruct &part) noexcept {
+        const char *encoding = httpPayloadGetHeader(part.headers, kTransferEncoding);
+        if (encoding == nullptr) return 0;
+        ZOV_REPORT(3, "contentEncoding: '%s'", encoding);
+        if (std::strcmp(encoding, "8bit") == 0) return 0;
+        if (!isBase64(encoding)) return -1;
+        if (base64_) base64_->finish();
+        base64_.reset();
+        return 0;
     }
-    zov::ChainReader reader(part.body);
-    zov::base64DecodeSlices(decoded, reader, SIZE_MAX, true);
-    freeAllCharBuffers(part.body);
-    part.body = decoded;
-    return 0;
-}
 
-int splitMultipart(CharBuffer *input, std::string_view token, MimeStruct *out) {
+private:
+    Reader reader_;
+    Delimiters delimiters_;
+    std::string line_;
+    std::optional<zov::Base64SliceDecoder> base64_;  // content decoder of a base64 part
+};
+
+template <class Input>
+int splitMultipart(const Input &input, std::string_view token, MimeStruct *out) {
     out->headers = nullptr;
     out->next = nullptr;
     out->body = createCharBuffer();
@@ -220,34 +293,33 @@ int splitMultipart(CharBuffer *input, std::string_view token, MimeStruct *out) {
         ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
         return -1;
     }
-    const Delimiters delimiters(token);
-    zov::ChainReader reader(input);
-    std::string line;
-    while (reader.nextLine(line) && !delimiters.opens(line)) {
-        // preamble
-    }
+    MultipartReader parts(input.reader(), token);
+    parts.skipPreamble();
     bool last = false;
-    MimeStruct *first = getMimePart(reader, delimiters, last, line);
+    MimeStruct *first = parts.getMimePart(last);
     if (first == nullptr) return -1;
     freeAllCharBuffers(out->body);
     out->headers = first->headers;
     out->body = first->body;
     std::free(first);
-    if (handleDecoding(*out) != 0) return -1;
+    if (parts.handleDecoding(*out) != 0) return -1;
 
     MimeStruct *tail = out;
     while (!last) {
-        PartPtr part(getMimePart(reader, delimiters, last, line));
+        PartPtr part(parts.getMimePart(last));
         if (!part) break;
-        if (handleDecoding(*part) != 0) return -1;
+        if (parts.handleDecoding(*part) != 0) return -1;
         tail->next = part.release();
         tail = tail->next;
     }
     return 0;
 }
 
-int decodeMime(HttpHeader *headers, CharBuffer *input, MimeStruct *out) {
-    if (zov::ChainReader(input).atEnd()) {
+// decodeMimeCharBuffer on a chain or on bytes in memory. May throw
+// std::bad_alloc (long lines); see decodeGuarded.
+template <class Input>
+int decodeMime(HttpHeader *headers, const Input &input, MimeStruct *out) {
+    if (input.empty()) {
         ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "Empty input buffer");
         out->headers = nullptr;
         out->next = nullptr;
@@ -265,7 +337,7 @@ int decodeMime(HttpHeader *headers, CharBuffer *input, MimeStruct *out) {
     if (type.find("multipart") == std::string_view::npos) {
         ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "not a MIME message");
         out->headers = httpPayloadCopyHeaders(headers);
-        out->body = charBufferCopy(input);
+        out->body = input.copy();
         if (out->body != nullptr) return 0;
         ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
         return -1;
@@ -278,6 +350,17 @@ int decodeMime(HttpHeader *headers, CharBuffer *input, MimeStruct *out) {
     }
     ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "boundaryToken='%s'", token.c_str());
     return splitMultipart(input, token, out);
+}
+
+template <class Input>
+int decodeGuarded(HttpHeader *headers, const Input &input, MimeStruct *out) noexcept {
+    try {
+        return decodeMime(headers, input, out);
+    } catch (const std::bad_alloc &) {
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
+    } catch (...) {
+    }
+    return -1;
 }
 
 // Appends all data of src.
@@ -325,13 +408,14 @@ ZOV_API int processMime(HttpHeader *headers, const char *data, char **text, Mime
         ZOV_REPORT(1, "bad arguments");
         return -1;
     }
-    ChainPtr body(createCharBuffer());
+    // The body is read in place, with the same result as decodeMimeCharBuffer
+    // on a chain holding those bytes.
     PartPtr record(static_cast<MimeStruct *>(std::calloc(1, sizeof(MimeStruct))));
-    if (!body || !record || (count > 0 && !zov::ChainAppender(body.get()).append(data, count))) {
+    if (!record) {
         ZOV_REPORT(1, "Error while memory allocation");
         return -1;
     }
-    if (decodeMimeCharBuffer(headers, body.get(), record.get()) != 0) return -1;
+    if (decodeGuarded(headers, FlatInput(count > 0 ? std::string_view(data, count) : std::string_view()), record.get()) != 0) return -1;
     char *first = charBufferToChar(record->body);
     if (first == nullptr) {
         ZOV_REPORT(1, "Error while memory allocation");
@@ -356,14 +440,7 @@ ZOV_API int decodeMimeCharBuffer(HttpHeader *headers, CharBuffer *input, MimeStr
         ZOV_REPORT(1, "decodeMimeCharBuffer: Error, out is null\n");
         return -1;
     }
-    try {
-        return decodeMime(headers, input, out);
-    } catch (const std::bad_alloc &) {
-        ZOV_REPORT(1, "Error while memory allocation");
-        return -1;
-    } catch (...) {
-        return -1;
-    }
+    return decodeGuarded(headers, ChainInput(input), out);
 }
 
 ZOV_API MimeStruct *packageMime(MimeStruct *parts) {

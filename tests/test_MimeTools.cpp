@@ -277,6 +277,57 @@ TEST(MimeDecoding, TransferEncodings) {
     EXPECT_EQ(textOf(lf.rest->body), bytes);
 }
 
+TEST(MimeDecoding, Base64FailuresReportedOnlyForClosedParts) {
+    LogCapture log(3);
+    const std::string bytes = binaryBytes(2250);  // 3000 characters: three slices
+    std::string text = base64Text(bytes);
+    text[1500] = '*';
+    const std::string part = "--XyZ\r\nContent-Transfer-Encoding: base64\r\n\r\n" + text + "\r\n";
+    Decoded decoded = process("--XyZ\r\n\r\nenvelope\r\n" + part + "--XyZ--\r\n");
+    ASSERT_EQ(decoded.result, 0);
+    ASSERT_NE(decoded.rest, nullptr);
+    // The slice holding the illegal character is left out, the others decode.
+    EXPECT_EQ(textOf(decoded.rest->body), bytes.substr(0, 750) + bytes.substr(1500));
+    const std::string logged = log.text();
+    std::size_t encoding = logged.find("contentEncoding: 'base64'");
+    std::size_t illegal = logged.find("Illegal value found in input '*'");
+    ASSERT_NE(illegal, std::string::npos);
+    EXPECT_LT(encoding, illegal);
+    EXPECT_EQ(illegal, logged.rfind("Illegal value"));
+
+    // A part that is never closed is dropped without decoding reports.
+    log.clear();
+    Decoded unclosed = process("--XyZ\r\n\r\nenvelope\r\n" + part);
+    EXPECT_EQ(unclosed.result, 0);
+    EXPECT_EQ(unclosed.rest, nullptr);
+    EXPECT_FALSE(log.contains("Illegal value"));
+    EXPECT_TRUE(log.contains("couldn't find boundaryToken 'XyZ'"));
+}
+
+TEST(MimeDecoding, ChainAndMemoryBodiesDecodeAlike) {
+    // processMime reads its bytes in place, decodeMimeCharBuffer reads a
+    // chain: lines crossing links, stray carriage returns and a last line
+    // without its line feed give the same parts either way.
+    const std::vector<std::string> bodies{
+        "--XyZ\r\nA: 1\r\n\r\n" + std::string(1500, 'a') + "\r\r\nb\rc\n--XyZ\r\n\r\n" + std::string(998, 'd') +
+            "\r\n--XyZ--",
+        "pre\r--XyZ\n\r--XyZ\r\n\n\rx\n--XyZ",
+        "--XyZ\r\nB:2\r\n\r\ny\r\n--XyZ\r\n\r\nz",
+    };
+    for (const std::string &body : bodies) {
+        Decoded flat = process(body);
+        Headers headers = headersOf({{"Content-Type", kMultipart}});
+        CharBuffer *input = chainOf(body);
+        Parts chained(static_cast<MimeStruct *>(std::calloc(1, sizeof(MimeStruct))));
+        int result = decodeMimeCharBuffer(headers.get(), input, chained.get());
+        freeAllCharBuffers(input);
+        ASSERT_EQ(flat.result, result) << body;
+        if (result != 0) continue;
+        EXPECT_EQ(flat.text, textOf(chained->body));
+        EXPECT_EQ(contentsOf(flat.rest.get()), contentsOf(chained->next));
+    }
+}
+
 TEST(MimeDecoding, LongLinesAndManyParts) {
     const std::string envelope = "<e>" + std::string(300000, 'x') + "</e>";
     std::string body = "--XyZ\r\n\r\n" + envelope + "\r\n";
