@@ -11,23 +11,11 @@
 
 #include <unistd.h>
 
-#include "../tests/Base64Text.h"
+#include "../tests/TransportData.h"
 #include "Base64.h"
 #include "internal/Chain.h"
 
 namespace {
-
-std::string randomBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    unsigned state = 88172645u;
-    for (char &c : bytes) {
-        state ^= state << 13;
-        state ^= state >> 17;
-        state ^= state << 5;
-        c = static_cast<char>(state);
-    }
-    return bytes;
-}
 
 // MiB of text per second for `base64 -d` on the text, best of three; 0 when
 // it cannot run.

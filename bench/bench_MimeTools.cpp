@@ -7,22 +7,10 @@
 #include <cstdlib>
 #include <string>
 
-#include "../tests/Base64Text.h"
+#include "../tests/TransportData.h"
 #include "MimeTools.h"
 
 namespace {
-
-std::string attachmentBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    unsigned state = 2463534242u;
-    for (char &c : bytes) {
-        state ^= state << 13;
-        state ^= state >> 17;
-        state ^= state << 5;
-        c = static_cast<char>(state);
-    }
-    return bytes;
-}
 
 std::string multipartBody(std::size_t attachmentSize) {
     std::string envelope = "<zovMessage>";
@@ -30,7 +18,7 @@ std::string multipartBody(std::size_t attachmentSize) {
     envelope += "</zovMessage>";
     return "--B\r\nContent-Type: text/xml; charset=UTF-8\r\nContent-ID: zovMessage.xml\r\n\r\n" + envelope +
            "\r\n--B\r\nContent-Type: application/octet-stream\r\nContent-Transfer-Encoding: base64\r\n\r\n" +
-           base64Text(attachmentBytes(attachmentSize), 76) + "--B--\r\n";
+           base64Text(randomBytes(attachmentSize), 76) + "--B--\r\n";
 }
 
 // Argument: decoded size of the attachment in MiB (6 gives a body of about

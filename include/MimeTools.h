@@ -99,11 +99,12 @@ ZOV_API int decodeMimeCharBuffer(HttpHeader *headers, CharBuffer *input, MimeStr
  * The first record's "Content-Type" is set to "text/xml; charset=UTF-8" (an
  * existing header keeps its place) and stays so. A single part is sent as it
  * is: the output holds a copy of its headers and of its content
- * (charBufferCopy), without framing. Several parts: the first record also gets
- * "Content-ID: zovMessage.xml", and the output holds the single header
- * "Content-Type" with multipart/mixed; boundary="--zov-mime-boundary--" and the
- * multipart body described above, contents written byte for byte. No
- * "Content-Length" is set: the sender adds it.
+ * (charBufferCopy; an empty chain when it has none), without framing.
+ * Several parts: the first record also gets "Content-ID: zovMessage.xml", and
+ * the output holds the single header "Content-Type" with multipart/mixed;
+ * boundary="--zov-mime-boundary--" and the multipart body described above,
+ * contents written byte for byte. No "Content-Length" is set: the sender adds
+ * it.
  *
  * NULL when parts is NULL or the output record cannot be allocated, without a
  * report; other allocation failures leave out the header or bytes concerned. */

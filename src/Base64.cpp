@@ -203,9 +203,15 @@ ZOV_API int base64Decode(unsigned char *out, const char *in) {
 }
 
 ZOV_API int base64DecodeCharBuffer(CharBuffer *dest, CharBuffer *src) {
+    // Counted up front, so that decoding a chain onto its own end reads only
+    // the text that was there.
+    auto remaining = static_cast<std::size_t>(getTotalBufferLength(src));
     zov::Base64SliceDecoder decoder(zov::ChainAppender(dest), false);
-    for (const CharBuffer *link = src; link != nullptr; link = link->next)
-        decoder.add(link->data, zov::linkLength(link));
+    for (const CharBuffer *link = src; link != nullptr && remaining > 0; link = link->next) {
+        std::size_t size = std::min(zov::linkLength(link), remaining);
+        decoder.add(link->data, size);
+        remaining -= size;
+    }
     decoder.finish();
     return getTotalBufferLength(dest);
 }

@@ -159,7 +159,8 @@ public:
             std::size_t end = rest_.find('\n');
             std::string_view taken = rest_.substr(0, end == std::string_view::npos ? rest_.size() : end + 1);
             rest_.remove_prefix(taken.size());
-            for (std::size_t cr; (cr = taken.find('\r')) != std::string_view::npos; taken.remove_prefix(cr + 1))
+            for (std::size_t cr; (cr = taken.find('\r')) != std::string_view::npos;
+                 taken.remove_prefix(cr + 1))
                 line.append(taken.data(), cr);
             line.append(taken);
             return true;
@@ -185,7 +186,9 @@ private:
     std::string_view bytes_;
 };
 
-bool isBase64(const char *encoding) noexcept { return encoding != nullptr && std::strcmp(encoding, "base64") == 0; }
+bool isBase64(const char *encoding) noexcept {
+    return encoding != nullptr && std::strcmp(encoding, "base64") == 0;
+}
 
 // Rebuilds a part's content from its lines: each line without its line end,
 // a line feed between it and the previous one once the content holds data.
@@ -415,7 +418,8 @@ ZOV_API int processMime(HttpHeader *headers, const char *data, char **text, Mime
         ZOV_REPORT(1, "Error while memory allocation");
         return -1;
     }
-    if (decodeGuarded(headers, FlatInput(count > 0 ? std::string_view(data, count) : std::string_view()), record.get()) != 0) return -1;
+    FlatInput body(count > 0 ? std::string_view(data, count) : std::string_view());
+    if (decodeGuarded(headers, body, record.get()) != 0) return -1;
     char *first = charBufferToChar(record->body);
     if (first == nullptr) {
         ZOV_REPORT(1, "Error while memory allocation");

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "Base64.h"
-#include "Base64Text.h"
+#include "TransportData.h"
 #include "LogCapture.h"
 
 namespace {
@@ -15,18 +15,6 @@ std::string decoded(const std::string &text) {
     int n = base64DecodeN(out.data(), text.data(), static_cast<int>(text.size()));
     if (n < 0) return "<-1>";
     return std::string(out.begin(), out.begin() + n);
-}
-
-std::string textOf(const CharBuffer *chain) {
-    std::string text;
-    for (; chain != nullptr; chain = chain->next) text.append(chain->data, chain->length);
-    return text;
-}
-
-CharBuffer *chainOf(const std::string &text) {
-    CharBuffer *chain = createCharBuffer();
-    addDataToCharBuffer(chain, text.data(), static_cast<int>(text.size()));
-    return chain;
 }
 
 std::string allBytes(std::size_t size) {
@@ -108,6 +96,9 @@ TEST(Base64, ChainsDecodeSliceBySlice) {
     EXPECT_EQ(base64DecodeCharBuffer(dest, src), 4 + 1875);
     EXPECT_EQ(textOf(dest), "keep" + bytes);
     EXPECT_EQ(textOf(src), text);
+    // Decoding onto the end of the text's own chain reads the text only.
+    EXPECT_EQ(base64DecodeCharBuffer(src, src), 2500 + 1875);
+    EXPECT_EQ(textOf(src), text + bytes);
     freeAllCharBuffers(src);
     freeAllCharBuffers(dest);
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "Base64Text.h"
+#include "TransportData.h"
 #include "LogCapture.h"
 #include "MimeTools.h"
 
@@ -34,18 +34,6 @@ HeaderPairs pairsOf(const HttpHeader *list) {
     HeaderPairs pairs;
     for (; list != nullptr; list = list->next) pairs.emplace_back(list->name, list->value);
     return pairs;
-}
-
-std::string textOf(const CharBuffer *chain) {
-    std::string text;
-    for (; chain != nullptr; chain = chain->next) text.append(chain->data, chain->length);
-    return text;
-}
-
-CharBuffer *chainOf(const std::string &text) {
-    CharBuffer *chain = createCharBuffer();
-    addDataToCharBuffer(chain, text.data(), static_cast<int>(text.size()));
-    return chain;
 }
 
 MimeStruct *partOf(const HeaderPairs &headers, const std::string &content) {
@@ -85,20 +73,10 @@ std::vector<std::string> contentsOf(const MimeStruct *parts) {
     return contents;
 }
 
-std::string binaryBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    unsigned state = 12345;
-    for (char &c : bytes) {
-        state = state * 1103515245u + 12345u;
-        c = static_cast<char>(state >> 16);
-    }
-    return bytes;
-}
-
 }  // namespace
 
 TEST(MimeDecoding, SplitsPartsWithHeadersAndDecodedContents) {
-    const std::string attachment = binaryBytes(5000);
+    const std::string attachment = randomBytes(5000);
     const std::string body =
         "preamble line\r\n"
         "--XyZ\r\n"
@@ -271,7 +249,7 @@ TEST(MimeDecoding, TransferEncodings) {
     EXPECT_TRUE(log.contains("[Base64         ]"));
 
     // Line breaks inside base64 content are removed across slices.
-    const std::string bytes = binaryBytes(3000);
+    const std::string bytes = randomBytes(3000);
     Decoded lf = process(withEncoding("base64", base64Text(bytes, 60, "\n")));
     ASSERT_NE(lf.rest, nullptr);
     EXPECT_EQ(textOf(lf.rest->body), bytes);
@@ -279,7 +257,7 @@ TEST(MimeDecoding, TransferEncodings) {
 
 TEST(MimeDecoding, Base64FailuresReportedOnlyForClosedParts) {
     LogCapture log(3);
-    const std::string bytes = binaryBytes(2250);  // 3000 characters: three slices
+    const std::string bytes = randomBytes(2250);  // 3000 characters: three slices
     std::string text = base64Text(bytes);
     text[1500] = '*';
     const std::string part = "--XyZ\r\nContent-Transfer-Encoding: base64\r\n\r\n" + text + "\r\n";
@@ -413,7 +391,7 @@ TEST(MimePackaging, SeveralPartsWriteTheMultipartLayout) {
 }
 
 TEST(MimePackaging, RoundTripThroughDecoding) {
-    const std::string attachment = binaryBytes(4000);
+    const std::string attachment = randomBytes(4000);
     Parts parts(partOf({{"X-Envelope", "yes"}}, "<m>\r\n  <c>1</c>\r\n</m>"));
     parts->next = partOf({{"Content-Type", "application/octet-stream"}, {"Content-Transfer-Encoding", "base64"}},
                          base64Text(attachment, 76));

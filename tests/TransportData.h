@@ -1,10 +1,39 @@
-// Test and benchmark helper: standard base64 text of some bytes, optionally
-// cut into lines.
+// Test and benchmark helpers for the transport families: chains from and to
+// strings, pseudo-random bytes, and standard base64 text of some bytes.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "CharBuffer.h"
+
+// A new chain holding text (free it with freeAllCharBuffers).
+inline CharBuffer *chainOf(std::string_view text) {
+    CharBuffer *chain = createCharBuffer();
+    addDataToCharBuffer(chain, text.data(), static_cast<int>(text.size()));
+    return chain;
+}
+
+// All data of a chain.
+inline std::string textOf(const CharBuffer *chain) {
+    std::string text;
+    for (; chain != nullptr; chain = chain->next) text.append(chain->data, static_cast<std::size_t>(chain->length));
+    return text;
+}
+
+// size pseudo-random bytes (xorshift), the same for every call.
+inline std::string randomBytes(std::size_t size) {
+    std::string bytes(size, '\0');
+    unsigned state = 2463534242u;
+    for (char &c : bytes) {
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        c = static_cast<char>(state);
+    }
+    return bytes;
+}
 
 // Base64 of bytes; with lineWidth > 0 the text is cut into lines of that many
 // characters, each followed by lineEnd (the last one too).
