@@ -114,9 +114,14 @@ public:
 
 private:
     void readFrom(ZovNode *root) {
-        for (ZovNode *list = root; list != nullptr; list = list->subNode) {
-            while (list->nextNode != nullptr) list = list->nextNode;
-            last_.push_back(list);
+        try {
+            for (ZovNode *list = root; list != nullptr; list = list->subNode) {
+                while (list->nextNode != nullptr) list = list->nextNode;
+                last_.push_back(list);
+            }
+        } catch (...) {
+            last_.clear();  // never a partial path
+            throw;
         }
     }
 
