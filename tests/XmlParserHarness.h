@@ -21,7 +21,8 @@ inline std::string dumpTree(const ZovNode *root) {
         auto [node, level] = stack.back();
         stack.pop_back();
         if (node == nullptr) continue;
-        out += std::string(2 * level, ' ') + node->name + (node->contents ? std::string("=") + node->contents : "") + "\n";
+        out += std::string(2 * level, ' ') + node->name;
+        out += (node->contents ? std::string("=") + node->contents : "") + "\n";
         stack.push_back({node->nextNode, level});
         stack.push_back({node->subNode, level + 1});
     }
@@ -71,7 +72,8 @@ struct Delivered {
     static void keep(void *self, Record *record) {
         auto &d = *static_cast<Delivered *>(self);
         if constexpr (std::is_same_v<Record, ZovCommandStruct>) {
-            d.commands.push_back({record, d.parser->commandList, str(record->commandName), str(record->commandGuid)});
+            d.commands.push_back(
+                {record, d.parser->commandList, str(record->commandName), str(record->commandGuid)});
             d.kinds += 'c';
         } else if constexpr (std::is_same_v<Record, ZovResultStruct>) {
             d.results.push_back(record), d.kinds += 'r';
