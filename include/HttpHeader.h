@@ -1,8 +1,13 @@
 /*
- * HttpHeader.h - HTTP header lists.
+ * HttpHeader.h - HTTP header lists and HTTP message first lines.
  *
  * A list is a pointer to its first record (NULL for an empty list); whoever
- * holds the head owns every record. Names match byte for byte, case included.
+ * holds the head owns every record. Names match byte for byte, case included:
+ * "Content-Type" and "content-type" are two different headers. Records hold
+ * copies of the caller's strings, cut to 79 characters (name) and 131
+ * characters (value), always terminated.
+ *
+ * Nothing in this family writes to the log.
  */
 #ifndef ZOVCOMMON_HTTPHEADER_H
 #define ZOVCOMMON_HTTPHEADER_H
@@ -22,9 +27,48 @@ typedef struct HttpHeader {
     struct HttpHeader *next;            /* following header, NULL in the last */
 } HttpHeader;
 
+/* Sets, adds or removes one header of the list whose head is *list (list itself
+ * must not be NULL; *list may be NULL, an empty list).
+ *
+ * The name loses its leading blanks and is cut to 79 characters; the result is
+ * the key. With a NULL value the first header with that key is removed (0 also
+ * when there is none; removing the head makes its successor the head).
+ * Otherwise the value loses its leading blanks and is cut to 131 characters
+ * ("" is stored like any other value): the first header with that key takes the
+ * new value in place, without moving, or a new header is appended at the end
+ * (becoming the head of an empty list).
+ *
+ * Returns 0, or -1 with the list unchanged for a NULL name (or list) or when a
+ * new record cannot be allocated. */
+ZOV_API int httpPayloadAddHeader(HttpHeader **list, const char *name, const char *value);
+
+/* The value of the first header whose name equals name exactly (not trimmed),
+ * or NULL when there is none, the list is empty or name is NULL. The pointer
+ * addresses the record's value field: it stays valid until that header is
+ * removed or the list freed, and shows later updates of the header. */
+ZOV_API char *httpPayloadGetHeader(HttpHeader *list, const char *name);
+
+/* A deep copy of the list in the same order; the caller frees it with
+ * httpPayloadFreeHeaders. NULL for an empty list. When memory runs out the copy
+ * ends before the record that could not be allocated (NULL if it was the
+ * first); nothing is reported. */
+ZOV_API HttpHeader *httpPayloadCopyHeaders(const HttpHeader *list);
+
 /* Frees the whole list and sets *list to NULL. A NULL list or an empty list
  * is left alone. */
 ZOV_API void httpPayloadFreeHeaders(HttpHeader **list);
+
+/* Classifies an HTTP request line by its beginning, ignoring letter case:
+ * 1 for "POST", 2 for "GET", 3 for anything else (the empty line and NULL
+ * included). Only the prefix counts: "POSTED" gives 1, "GETS" gives 2. */
+ZOV_API int getRequestType(const char *line);
+
+/* Checks the status line of an HTTP response. A line that does not begin with
+ * "HTTP/" (case-sensitive), or NULL, gives -1. Otherwise the version after
+ * "HTTP/" and the blanks (spaces, tabs) after it are skipped and the next six
+ * characters are compared with "200 OK", case-sensitively: 0 when equal,
+ * 1 for any other status. */
+ZOV_API int checkResponseFirstLine(const char *line);
 
 #ifdef __cplusplus
 }

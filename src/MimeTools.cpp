@@ -1,9 +1,471 @@
 // MIME multipart decoding and packaging.
 #include "MimeTools.h"
 
+#include <algorithm>
+#include <cctype>
+#include <climits>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "internal/Base64Slices.h"
+#include "internal/Chain.h"
+#include "internal/Report.h"
+
+namespace {
+
+constexpr char kSourceFile[] = "MimeTools";
+
+constexpr char kContentType[] = "Content-Type";
+constexpr char kContentLength[] = "Content-Length";
+constexpr char kTransferEncoding[] = "Content-Transfer-Encoding";
+constexpr char kContentId[] = "Content-ID";
+
+// Token of the bodies this library writes, and the headers that go with it.
+constexpr std::string_view kPackageToken = "--zov-mime-boundary--";
+constexpr char kEnvelopeType[] = "text/xml; charset=UTF-8";
+constexpr char kEnvelopeId[] = "zovMessage.xml";
+constexpr char kPackageType[] = "multipart/mixed; boundary=\"--zov-mime-boundary--\"";
+
+// Characters after boundary=" searched for the closing quote: tokens have at
+// most 198 characters.
+constexpr std::size_t kTokenSearch = 199;
+
+struct PartDeleter {
+    void operator()(MimeStruct *part) const noexcept { freeMimeStruct(part); }
+};
+using PartPtr = std::unique_ptr<MimeStruct, PartDeleter>;
+
+// A header value as text, never read past its record field.
+std::string_view valueText(const char *value) noexcept {
+    return {value, strnlen(value, HTTP_HEADER_VALUE_SIZE)};
+}
+
+// A terminated copy of a header value, for reports.
+struct ValueCopy {
+    char text[HTTP_HEADER_VALUE_SIZE + 1];
+    explicit ValueCopy(std::string_view value) noexcept {
+        std::size_t size = std::min(value.size(), sizeof text - 1);
+        std::memcpy(text, value.data(), size);
+        text[size] = '\0';
+    }
+};
+
+// A new record with no headers, an empty content and no next part; NULL when
+// memory runs out.
+MimeStruct *newPart() noexcept {
+    auto *part = static_cast<MimeStruct *>(std::calloc(1, sizeof(MimeStruct)));
+    if (part == nullptr) return nullptr;
+    part->body = createCharBuffer();
+    if (part->body == nullptr) {
+        std::free(part);
+        return nullptr;
+    }
+    return part;
+}
+
+// Reads a Content-Length as atoi would (leading white space, optional sign,
+// digits, anything else ends the number). False when a positive value does not
+// fit in an int; negative values all mean "nothing".
+bool parseContentLength(std::string_view text, std::size_t &count) noexcept {
+    std::size_t i = 0;
+    while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i]))) ++i;
+    bool negative = false;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
+    long long value = 0;
+    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
+        value = value * 10 + (text[i] - '0');
+        if (!negative && value > INT_MAX) return false;
+        if (value > INT_MAX) value = INT_MAX;  // negative: any magnitude reads nothing
+    }
+    count = negative ? 0 : static_cast<std::size_t>(value);
+    return true;
+}
+
+// The token of boundary="<token>" in a Content-Type value.
+bool getBoundaryToken(std::string_view contentType, std::string &token) noexcept {
+    static constexpr std::string_view kParameter = "boundary=\"";
+    std::size_t at = contentType.find(kParameter);
+    if (at == std::string_view::npos) return false;
+    std::string_view after = contentType.substr(at + kParameter.size(), kTokenSearch);
+    std::size_t quote = after.find('"');
+    if (quote == std::string_view::npos) return false;
+    try {
+        token.assign(after.substr(0, quote));
+    } catch (const std::bad_alloc &) {
+        ZOV_REPORT(3, "Error while memory allocation.");
+        return false;
+    }
+    return true;
+}
+
+class Delimiters {
+public:
+    explicit Delimiters(std::string_view token)
+        : open_(std::string("--").append(token)), close_(open_ + "--") {}
+
+    const char *token() const noexcept { return open_.c_str() + 2; }
+    bool opens(const std::string &line) const noexcept { return startsWith(line, open_); }
+    bool closes(const std::string &line) const noexcept { return startsWith(line, close_); }
+
+private:
+    static bool startsWith(const std::string &line, const std::string &prefix) noexcept {
+        return line.compare(0, prefix.size(), prefix) == 0;
+    }
+    std::string open_;
+    std::string close_;
+};
+
+// Adds the header of a part header line "name:value\n", if it holds one. The
+// line is read as a C string and cut in place.
+void addHeaderLine(HttpHeader **headers, std::string &line) noexcept {
+    char *name = line.data();
+    name += std::strspn(name, ":");
+    char *colon = std::strchr(name, ':');
+    if (colon == nullptr || colon[1] == '\0') return;
+    *colon = '\0';
+    char *value = colon + 1;
+    value[std::strcspn(value, "\n")] = '\0';
+    httpPayloadAddHeader(headers, name, value);
+}
+
+// A body given as a caller's chain.
+class ChainInput {
+public:
+    explicit ChainInput(CharBuffer *chain) noexcept : chain_(chain) {}
+    bool empty() const noexcept { return zov::ChainReader(chain_).atEnd(); }
+    CharBuffer *copy() const noexcept { return charBufferCopy(chain_); }
+    zov::ChainReader reader() const noexcept { return zov::ChainReader(chain_); }
+
+private:
+    CharBuffer *chain_;
+};
+
+// A body given as bytes in memory (processMime's data), read in place with
+// the same line rules as a chain: a line ends after its '\n' (or at the end),
+// every '\r' is dropped.
+class FlatInput {
+public:
+    class Reader {
+    public:
+        explicit Reader(std::string_view bytes) noexcept : rest_(bytes) {}
+        bool nextLine(std::string &line) {
+            line.clear();
+            if (rest_.empty()) return false;
+            std::size_t end = rest_.find('\n');
+            std::string_view taken = rest_.substr(0, end == std::string_view::npos ? rest_.size() : end + 1);
+            rest_.remove_prefix(taken.size());
+            for (std::size_t cr; (cr = taken.find('\r')) != std::string_view::npos;
+                 taken.remove_prefix(cr + 1))
+                line.append(taken.data(), cr);
+            line.append(taken);
+            return true;
+        }
+
+    private:
+        std::string_view rest_;
+    };
+
+    explicit FlatInput(std::string_view bytes) noexcept : bytes_(bytes) {}
+    bool empty() const noexcept { return bytes_.empty(); }
+    CharBuffer *copy() const noexcept {
+        CharBuffer *chain = createCharBuffer();
+        if (chain != nullptr && !zov::ChainAppender(chain).append(bytes_)) {
+            freeAllCharBuffers(chain);
+            return nullptr;
+        }
+        return chain;
+    }
+    Reader reader() const noexcept { return Reader(bytes_); }
+
+private:
+    std::string_view bytes_;
+};
+
+bool isBase64(const char *encoding) noexcept {
+    return encoding != nullptr && std::strcmp(encoding, "base64") == 0;
+}
+
+// Rebuilds a part's content from its lines: each line without its line end,
+// a line feed between it and the previous one once the content holds data.
+// Base64 content is decoded as it comes instead: its line feeds would be
+// removed before decoding anyway, so only the lines' text goes to the decoder.
+class ContentBuilder {
+public:
+    explicit ContentBuilder(CharBuffer *body) noexcept : text_(body) {}
+
+    void decodeInto(zov::Base64SliceDecoder *decoder) noexcept { base64_ = decoder; }
+
+    void addLine(const std::string &line) noexcept {
+        std::size_t size = line.empty() ? 0 : line.size() - 1;
+        if (base64_ != nullptr) {
+            base64_->add(line.data(), size);
+        } else {
+            if (hasData_) text_.append("\n", 1);
+            if (size > 0) text_.append(line.data(), size);
+        }
+        if (size > 0) hasData_ = true;
+    }
+
+    // Whether the content (before any decoding) holds a byte.
+    bool hasData() const noexcept { return hasData_; }
+
+private:
+    zov::ChainAppender text_;
+    zov::Base64SliceDecoder *base64_ = nullptr;
+    bool hasData_ = false;
+};
+
+// Reads the parts of a multipart body line by line.
+template <class Reader>
+class MultipartReader {
+public:
+    MultipartReader(Reader reader, std::string_view token) : reader_(reader), delimiters_(token) {}
+
+    // Skips the lines before the first delimiter line, and that line.
+    void skipPreamble() {
+        while (reader_.nextLine(line_) && !delimiters_.opens(line_)) {
+        }
+    }
+
+    // Reads one part: headers, empty line, content, up to and including the
+    // next delimiter line; sets last when that line is the closing delimiter.
+    // NULL (the part dropped) when the input ends first. May throw
+    // std::bad_alloc (long lines); nothing leaks then.
+    MimeStruct *getMimePart(bool &last) {
+        last = false;
+        base64_.reset();
+        PartPtr part(newPart());
+        if (!part) {
+            ZOV_REPORT(1, "Error while memory allocation");
+            return nullptr;
+        }
+        ContentBuilder content(part->body);
+        bool inBody = false;
+        while (reader_.nextLine(line_)) {
+            if (delimiters_.opens(line_)) {
+                last = delimiters_.closes(line_);
+                return part.release();
+            }
+            if (inBody) {
+                content.addLine(line_);
+            } else if (line_.size() > 1) {
+                addHeaderLine(&part->headers, line_);
+            } else {
+                inBody = true;
+                if (isBase64(httpPayloadGetHeader(part->headers, kTransferEncoding)))
+                    content.decodeInto(&base64_.emplace(zov::ChainAppender(part->body), true));
+            }
+        }
+        if (content.hasData())
+            ZOV_REPORT(1, "getMimePart: Error, couldn't find boundaryToken '%s'\n", delimiters_.token());
+        return nullptr;
+    }
+
+    // Applies the transfer encoding of the part just read: base64 content
+    // (decoded while it was read) is finished, 8bit or none is kept as it
+    // is; -1 for any other encoding.
+    int handleDecoding(MimeStruct &part) noexcept {
+        const char *encoding = httpPayloadGetHeader(part.headers, kTransferEncoding);
+        if (encoding == nullptr) return 0;
+        ZOV_REPORT(3, "contentEncoding: '%s'", encoding);
+        if (std::strcmp(encoding, "8bit") == 0) return 0;
+        if (!isBase64(encoding)) return -1;
+        if (base64_) base64_->finish();
+        base64_.reset();
+        return 0;
+    }
+
+private:
+    Reader reader_;
+    Delimiters delimiters_;
+    std::string line_;
+    std::optional<zov::Base64SliceDecoder> base64_;  // content decoder of a base64 part
+};
+
+template <class Input>
+int splitMultipart(const Input &input, std::string_view token, MimeStruct *out) {
+    out->headers = nullptr;
+    out->next = nullptr;
+    out->body = createCharBuffer();
+    if (out->body == nullptr) {
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
+        return -1;
+    }
+    MultipartReader parts(input.reader(), token);
+    parts.skipPreamble();
+    bool last = false;
+    MimeStruct *first = parts.getMimePart(last);
+    if (first == nullptr) return -1;
+    freeAllCharBuffers(out->body);
+    out->headers = first->headers;
+    out->body = first->body;
+    std::free(first);
+    if (parts.handleDecoding(*out) != 0) return -1;
+
+    MimeStruct *tail = out;
+    while (!last) {
+        PartPtr part(parts.getMimePart(last));
+        if (!part) break;
+        if (parts.handleDecoding(*part) != 0) return -1;
+        tail->next = part.release();
+        tail = tail->next;
+    }
+    return 0;
+}
+
+// decodeMimeCharBuffer on a chain or on bytes in memory. May throw
+// std::bad_alloc (long lines); see decodeGuarded.
+template <class Input>
+int decodeMime(HttpHeader *headers, const Input &input, MimeStruct *out) {
+    if (input.empty()) {
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "Empty input buffer");
+        out->headers = nullptr;
+        out->next = nullptr;
+        out->body = createCharBuffer();
+        if (out->body != nullptr) return 0;
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
+        return -1;
+    }
+    const char *contentType = httpPayloadGetHeader(headers, kContentType);
+    if (contentType == nullptr) {
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Content-Type not found in http headers");
+        return -1;
+    }
+    std::string_view type = valueText(contentType);
+    if (type.find("multipart") == std::string_view::npos) {
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "not a MIME message");
+        out->headers = httpPayloadCopyHeaders(headers);
+        out->body = input.copy();
+        if (out->body != nullptr) return 0;
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
+        return -1;
+    }
+    std::string token;
+    if (!getBoundaryToken(type, token)) {
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "boundaryToken not found in Content-Type header='%s'",
+                      ValueCopy(type).text);
+        return -1;
+    }
+    ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "boundaryToken='%s'", token.c_str());
+    return splitMultipart(input, token, out);
+}
+
+template <class Input>
+int decodeGuarded(HttpHeader *headers, const Input &input, MimeStruct *out) noexcept {
+    try {
+        return decodeMime(headers, input, out);
+    } catch (const std::bad_alloc &) {
+        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
+    } catch (...) {
+    }
+    return -1;
+}
+
+// Appends all data of src.
+void appendChain(zov::ChainAppender &out, const CharBuffer *src) noexcept {
+    for (const CharBuffer *link = src; link != nullptr; link = link->next)
+        out.append(link->data, zov::linkLength(link));
+}
+
+void writeMultipart(zov::ChainAppender &out, const MimeStruct *parts) noexcept {
+    for (const MimeStruct *part = parts; part != nullptr; part = part->next) {
+        out.append("--");
+        out.append(kPackageToken);
+        out.append("\r\n");
+        for (const HttpHeader *header = part->headers; header != nullptr; header = header->next) {
+            out.append(std::string_view(header->name, strnlen(header->name, HTTP_HEADER_NAME_SIZE)));
+            out.append(": ");
+            out.append(valueText(header->value));
+            out.append("\r\n");
+        }
+        out.append("\r\n");
+        appendChain(out, part->body);
+        out.append("\r\n");
+    }
+    out.append("--");
+    out.append(kPackageToken);
+    out.append("--\r\n");
+}
+
+}  // namespace
 
 extern "C" {
+
+ZOV_API int processMime(HttpHeader *headers, const char *data, char **text, MimeStruct **rest) {
+    const char *lengthText = httpPayloadGetHeader(headers, kContentLength);
+    if (lengthText == nullptr) {
+        ZOV_REPORT(1, "Error, no Content-Length specified");
+        return -1;
+    }
+    std::size_t count = 0;
+    if (!parseContentLength(valueText(lengthText), count)) {
+        ZOV_REPORT(1, "Error, Content-Length '%s' out of range", ValueCopy(valueText(lengthText)).text);
+        return -1;
+    }
+    if (text == nullptr || rest == nullptr || (count > 0 && data == nullptr)) {
+        ZOV_REPORT(1, "bad arguments");
+        return -1;
+    }
+    // The body is read in place, with the same result as decodeMimeCharBuffer
+    // on a chain holding those bytes.
+    PartPtr record(static_cast<MimeStruct *>(std::calloc(1, sizeof(MimeStruct))));
+    if (!record) {
+        ZOV_REPORT(1, "Error while memory allocation");
+        return -1;
+    }
+    FlatInput body(count > 0 ? std::string_view(data, count) : std::string_view());
+    if (decodeGuarded(headers, body, record.get()) != 0) return -1;
+    char *first = charBufferToChar(record->body);
+    if (first == nullptr) {
+        ZOV_REPORT(1, "Error while memory allocation");
+        return -1;
+    }
+    *text = first;
+    *rest = record->next;
+    record->next = nullptr;
+    return 0;
+}
+
+ZOV_API int decodeMimeCharBuffer(HttpHeader *headers, CharBuffer *input, MimeStruct *out) {
+    if (headers == nullptr) {
+        ZOV_REPORT(1, "decodeMimeCharBuffer: Error, headers is null\n");
+        return -1;
+    }
+    if (input == nullptr) {
+        ZOV_REPORT(1, "decodeMimeCharBuffer: Error, input is null\n");
+        return -1;
+    }
+    if (out == nullptr) {
+        ZOV_REPORT(1, "decodeMimeCharBuffer: Error, out is null\n");
+        return -1;
+    }
+    return decodeGuarded(headers, ChainInput(input), out);
+}
+
+ZOV_API MimeStruct *packageMime(MimeStruct *parts) {
+    if (parts == nullptr) return nullptr;
+    PartPtr out(static_cast<MimeStruct *>(std::calloc(1, sizeof(MimeStruct))));
+    if (!out) return nullptr;
+    httpPayloadAddHeader(&parts->headers, kContentType, kEnvelopeType);
+    if (parts->next == nullptr) {
+        out->headers = httpPayloadCopyHeaders(parts->headers);
+        out->body = parts->body != nullptr ? charBufferCopy(parts->body) : createCharBuffer();
+        return out.release();
+    }
+    httpPayloadAddHeader(&parts->headers, kContentId, kEnvelopeId);
+    httpPayloadAddHeader(&out->headers, kContentType, kPackageType);
+    out->body = createCharBuffer();
+    if (out->body != nullptr) {
+        zov::ChainAppender body(out->body);
+        writeMultipart(body, parts);
+    }
+    return out.release();
+}
 
 ZOV_API void freeMimeStruct(MimeStruct *part) {
     // Iterative: a hostile body may carry any number of parts.
