@@ -63,8 +63,8 @@
  *
  * Calling order: initXmlParser; setXmlParserUserData and the callback setters;
  * one parse call; endXmlParser. A context parses exactly one document: a
- * second parse call delivers nothing. Callbacks must not end the context they
- * are called from. A malformed document is not reported: expat stops at the
+ * second parse call delivers nothing. Callbacks must neither parse with nor end
+ * the context they are called from. A malformed document is not reported: expat stops at the
  * first error, and the records finished before that point have been delivered.
  *
  * Reports go through zovLogger with the source file "XmlParser".
@@ -146,13 +146,13 @@ ZOV_API void setXmlParserDialogCallBack(XmlParserStruct *parser, XmlParserDialog
  * the caller's. Returns 0 whatever expat thinks of the document. Returns -1
  * without parsing anything when the chain could not be read back whole:
  * "Error, length received from xmlBody charbuffer doesn't match" for a chain
- * of 2 GiB or more, silently when the copy cannot be allocated or parser is
- * NULL. */
+ * longer than INT_MAX bytes, silently when the copy cannot be allocated or
+ * parser is NULL. */
 ZOV_API int xmlParserParseCharBuffer(XmlParserStruct *parser, CharBuffer *xmlBody);
 
 /* Parses the NUL-terminated string xml (NULL reads as empty) as one document;
  * xml stays the caller's. Returns 0 whatever expat thinks of the document (a
- * string of 2 GiB or more is not parsed); -1 only for a NULL parser. */
+ * string longer than INT_MAX bytes is not parsed); -1 only for a NULL parser. */
 ZOV_API int xmlParserParseChar(XmlParserStruct *parser, const char *xml);
 
 /* Releases what nobody received (see above) and deviceGuid, clears the user
