@@ -51,7 +51,8 @@ ZOV_API void freeServerList(ServerList *list);
  *
  * Buffers: host and path are the caller's and are written without a length
  * limit; each receives at most the characters of url after "://" plus the
- * terminator, so two buffers of strlen(url) + 1 bytes always suffice.
+ * terminator, and path always receives the default "/" first, so buffers of
+ * strlen(url) + 1 bytes (path at least 2) always suffice.
  *
  * *port is set to 80 and path to "/" first (so both hold these after a
  * failure too; 80 whatever the scheme). The host runs from after the first

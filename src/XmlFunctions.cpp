@@ -40,12 +40,30 @@ const XmlEscapeEntry *findEscape(char c) noexcept {
     return nullptr;
 }
 
+// The bytes that end a run of ordinary text: the special characters and the
+// terminator.
+struct RunEnds {
+    bool stop[256];
+    constexpr RunEnds() : stop{} {
+        stop[0] = true;
+        for (const char *c = kSpecialCharacters; *c != '\0'; ++c) stop[static_cast<unsigned char>(*c)] = true;
+    }
+};
+constexpr RunEnds kRunEnds{};
+
+// The length of the run of ordinary characters at the start of text.
+std::size_t plainRun(const char *text) noexcept {
+    const char *end = text;
+    while (!kRunEnds.stop[static_cast<unsigned char>(*end)]) ++end;
+    return static_cast<std::size_t>(end - text);
+}
+
 // Feeds text to sink(const char *, size_t) as runs of ordinary characters and
 // replacements of special ones; stops and returns false when sink does.
 template <typename Sink>
 bool escapeInto(const char *text, Sink &&sink) noexcept {
     for (;;) {
-        std::size_t run = std::strcspn(text, kSpecialCharacters);
+        std::size_t run = plainRun(text);
         if (run > 0 && !sink(text, run)) return false;
         text += run;
         if (*text == '\0') return true;
@@ -59,22 +77,30 @@ bool escapeInto(const char *text, Sink &&sink) noexcept {
 // The escaped text in a new allocation of exactly its length plus one, its
 // length stored in *length; NULL when memory is exhausted.
 char *escapedCopy(const char *text, std::size_t *length) noexcept {
-    std::size_t size = 0;
-    bool fits = escapeInto(text, [&size](const char *, std::size_t n) {
-        if (n > SIZE_MAX - 1 - size) return false;
-        size += n;
-        return true;
-    });
-    if (!fits) return nullptr;
+    std::size_t size = plainRun(text);
+    bool plain = text[size] == '\0';  // the usual case: one scan, one copy
+    if (!plain) {
+        size = 0;
+        bool fits = escapeInto(text, [&size](const char *, std::size_t n) {
+            if (n > SIZE_MAX - 1 - size) return false;
+            size += n;
+            return true;
+        });
+        if (!fits) return nullptr;
+    }
     auto *copy = static_cast<char *>(std::malloc(size + 1));
     if (copy == nullptr) return nullptr;
-    char *end = copy;
-    escapeInto(text, [&end](const char *bytes, std::size_t n) {
-        std::memcpy(end, bytes, n);
-        end += n;
-        return true;
-    });
-    *end = '\0';
+    if (plain) {
+        std::memcpy(copy, text, size);
+    } else {
+        char *end = copy;
+        escapeInto(text, [&end](const char *bytes, std::size_t n) {
+            std::memcpy(end, bytes, n);
+            end += n;
+            return true;
+        });
+    }
+    copy[size] = '\0';
     *length = size;
     return copy;
 }
