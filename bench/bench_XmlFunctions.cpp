@@ -22,7 +22,8 @@ void addItems(ZovNode *parent, int leaves) {
         ZovNode *node = *slot = newZovNode("item", nullptr);
         for (int leaf = 0; leaf < kLeavesPerItem; ++leaf) {
             std::string name = "field" + std::to_string(leaf);
-            std::string contents = leaf == 3 ? "AT&T <wired> \"eth0\"" : "value-" + std::to_string(item);
+            std::string contents =
+                leaf == 3 ? "AT&T <wired> \"eth0\"" : "value-" + std::to_string(item);
             addNewZovSubNode(node, name.c_str(), contents.c_str());
         }
     }
@@ -60,6 +61,9 @@ void BM_GetCharBufferFromCommandStruct(benchmark::State &state) {
     measure(state, [command] { return getCharBufferFromCommandStruct(command); });
     freeZovCommandStruct(command);
 }
-BENCHMARK(BM_GetCharBufferFromCommandStruct)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetCharBufferFromCommandStruct)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -46,7 +46,8 @@ struct RunEnds {
     bool stop[256];
     constexpr RunEnds() : stop{} {
         stop[0] = true;
-        for (const char *c = kSpecialCharacters; *c != '\0'; ++c) stop[static_cast<unsigned char>(*c)] = true;
+        for (const char *c = kSpecialCharacters; *c != '\0'; ++c)
+            stop[static_cast<unsigned char>(*c)] = true;
     }
 };
 constexpr RunEnds kRunEnds{};
@@ -126,7 +127,7 @@ void appendChainData(zov::XmlWriter &writer, const CharBuffer *src, std::size_t 
 // position just after the closing tag.
 struct FoundElement {
     const char *text;
-    std::ptrdiff_t length;  // may be negative for names that overlap their own tags
+    std::ptrdiff_t length;  // no text unless positive
     const char *after;
 };
 
@@ -264,9 +265,8 @@ ZOV_API void addStringElementNotEmpty(CharBuffer *buffer, const char *tagName, c
 }
 
 ZOV_API void addIntegerElement(CharBuffer *buffer, const char *tagName, int value) {
-    char text[16];
-    auto [end, error] = std::to_chars(text, text + sizeof text, value);
-    (void)error;  // an int always fits
+    char text[16];  // an int always fits
+    const char *end = std::to_chars(text, text + sizeof text, value).ptr;
     zov::XmlWriter writer(buffer);
     writer.openTag(tagName);
     writer.raw({text, static_cast<std::size_t>(end - text)});

@@ -96,7 +96,8 @@ TEST(XmlWriter, StringElements) {
     // Tag names are not escaped.
     EXPECT_EQ(written([](CharBuffer *c) { addStringElement(c, "a&b", ">"); }), "<a&b>&gt;</a&b>");
     EXPECT_EQ(written([](CharBuffer *c) { addStringElementNotEmpty(c, "a", ""); }), "");
-    EXPECT_EQ(written([](CharBuffer *c) { addStringElementNotEmpty(c, "a", "&"); }), "<a>&amp;</a>");
+    EXPECT_EQ(written([](CharBuffer *c) { addStringElementNotEmpty(c, "a", "&"); }),
+              "<a>&amp;</a>");
     EXPECT_EQ(log.text(), "");
 
     EXPECT_EQ(written([](CharBuffer *c) { addStringElement(c, "a", nullptr); }), "");
@@ -294,7 +295,8 @@ TEST(XmlTagSearch, LiteralMatching) {
     const Case cases[] = {
         {"<a></a>", nullptr, 7},
         {"<a>open only", nullptr, -1},
-        {"</a> then <a>x</a>", "x", 18},       // a closing tag before the opening one does not count
+        {"</a> then <a>x</a>", "x", 18},       // a closing tag before the opening one
+                                               // does not count
         {"<a><a>x</a></a>", "<a>x", 11},       // nested: up to the first closing tag
         {"<a id=\"1\">x</a>", nullptr, -1},    // attributes
         {"<a >x</a>", nullptr, -1},            // blanks
