@@ -43,19 +43,12 @@ std::size_t count(const std::string &text, const std::string &needle) {
 }  // namespace
 
 TEST(XmlEscape, TableLayoutAndLookup) {
-    static_assert(sizeof(XmlEscapeEntry) == 11, "packed entries");
-    static_assert(sizeof(xmlEscapes) == 66, "six entries");
-    const char characters[] = {'<', '>', '&', '"', '\''};
-    const char *replacements[] = {"&lt;", "&gt;", "&amp;", "&quot;", "&apos;"};
-    for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(xmlEscapes[i].character, characters[i]);
-        EXPECT_STREQ(xmlEscapes[i].replacement, replacements[i]);
-        EXPECT_EQ(getXmlEscape(characters[i]), xmlEscapes[i].replacement);
-        const char *padding = xmlEscapes[i].replacement + std::strlen(replacements[i]);
-        for (const char *p = padding; p < xmlEscapes[i].replacement + 10; ++p) EXPECT_EQ(*p, '\0');
-    }
-    const auto *end = reinterpret_cast<const unsigned char *>(&xmlEscapes[5]);
-    for (int i = 0; i < 11; ++i) EXPECT_EQ(end[i], 0);
+    // 66 bytes: each character, its replacement NUL-padded to 10, a zero end marker.
+    static_assert(sizeof(xmlEscapes) == 66, "six packed entries");
+    const std::string expected = std::string("<&lt;\0\0\0\0\0\0>&gt;\0\0\0\0\0\0&&amp;\0\0\0\0\0", 33) +
+                                 std::string("\"&quot;\0\0\0\0'&apos;\0\0\0\0", 22) + std::string(11, '\0');
+    EXPECT_EQ(std::string(reinterpret_cast<const char *>(xmlEscapes), 66), expected);
+    EXPECT_EQ(getXmlEscape('"'), xmlEscapes[3].replacement);
 
     LogCapture log(1);
     EXPECT_EQ(getXmlEscape('a'), nullptr);
@@ -65,24 +58,20 @@ TEST(XmlEscape, TableLayoutAndLookup) {
 
 TEST(XmlEscape, EscapedCopies) {
     LogCapture log(1);
-    char *plain = xmlEscape("plain text");
-    EXPECT_STREQ(plain, "plain text");
-    std::free(plain);
-    char *empty = xmlEscape("");
-    EXPECT_STREQ(empty, "");
-    std::free(empty);
+    for (auto [text, escaped] : {std::pair{"plain text", "plain text"}, std::pair{"", ""},
+                                 std::pair{"<a href=\"x\">it's & </a>",
+                                           "&lt;a href=&quot;x&quot;&gt;it&apos;s &amp; &lt;/a&gt;"}}) {
+        char *copy = xmlEscape(text);
+        EXPECT_STREQ(copy, escaped);
+        EXPECT_NE(copy, text);
+        std::free(copy);
+    }
     EXPECT_EQ(xmlEscape(nullptr), nullptr);
 
-    char *mixed = xmlEscape("<a href=\"x\">it's & </a>");
-    EXPECT_STREQ(mixed, "&lt;a href=&quot;x&quot;&gt;it&apos;s &amp; &lt;/a&gt;");
-    std::free(mixed);
-
-    // A long text made only of special characters.
-    std::string hostile(100000, '&');
-    char *escaped = xmlEscape(hostile.c_str());
-    ASSERT_NE(escaped, nullptr);
-    EXPECT_EQ(std::strlen(escaped), 500000u);
-    EXPECT_EQ(std::string(escaped, 10), "&amp;&amp;");
+    char *escaped = xmlEscape(std::string(100000, '&').c_str());  // only special characters
+    std::string expected;
+    for (int i = 0; i < 100000; ++i) expected += "&amp;";
+    EXPECT_EQ(std::string(escaped), expected);
     std::free(escaped);
     EXPECT_EQ(log.text(), "");
 }
@@ -134,11 +123,8 @@ TEST(XmlWriter, TagsNumbersAndHeader) {
     EXPECT_EQ(written([](CharBuffer *c) { addEmptyElement(c, nullptr); }), "");
     EXPECT_TRUE(log.contains(reportLine("addEmptyElement", "unexpected empty tagName")));
 
-    CharBuffer *chain = createCharBuffer();
-    EXPECT_EQ(addXmlHeader(chain), 0);
-    EXPECT_EQ(getTotalBufferLength(chain), 38);
-    EXPECT_EQ(chainText(chain), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
-    freeAllCharBuffers(chain);
+    EXPECT_EQ(written([](CharBuffer *c) { EXPECT_EQ(addXmlHeader(c), 0); }),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
 
     // A NULL buffer: each append of a tag fails on its own.
     log.clear();
@@ -189,20 +175,13 @@ TEST(XmlWriter, ChainContents) {
     // Arguments are checked in the order tag, source, destination.
     addCharBufferElement(nullptr, nullptr, nullptr);
     addCharBufferElement(nullptr, "t", nullptr);
-    addCharBufferElement(nullptr, "t", src);
     addCharBufferRawData(nullptr, nullptr);
     addCharBufferRawData(nullptr, src);
-    std::string logged = log.text();
-    std::size_t at = 0;
-    for (auto [function, message] : {std::pair{"addCharBufferElement", "NULL tagName"},
-                                     std::pair{"addCharBufferElement", "NULL srcBuffer"},
-                                     std::pair{"addCharBufferElement", "NULL destBuffer"},
-                                     std::pair{"addCharBufferRawData", "NULL srcBuffer"},
-                                     std::pair{"addCharBufferRawData", "NULL destBuffer"}}) {
-        at = logged.find(reportLine(function, message), at);
-        ASSERT_NE(at, std::string::npos) << function << ": " << message;
-    }
-    EXPECT_EQ(count(logged, "\n"), 5u);
+    EXPECT_TRUE(log.contains(reportLine("addCharBufferElement", "NULL tagName")));
+    EXPECT_TRUE(log.contains(reportLine("addCharBufferElement", "NULL srcBuffer")));
+    EXPECT_TRUE(log.contains(reportLine("addCharBufferRawData", "NULL srcBuffer")));
+    EXPECT_TRUE(log.contains(reportLine("addCharBufferRawData", "NULL destBuffer")));
+    EXPECT_EQ(count(log.text(), "\n"), 4u);
     freeAllCharBuffers(src);
 }
 
@@ -250,38 +229,20 @@ TEST(XmlWriter, DeepAndWideTrees) {
     for (int i = 0; i < kDepth; ++i) expected += "</d>";
     EXPECT_EQ(written([root](CharBuffer *c) { addSubNodeStringsRecursive(c, root); }), expected);
     freeZovNode(root);
-
-    // 100000 siblings, then a sibling of the parent.
-    root = newZovNode("r", nullptr);
-    ZovNode **slot = &root->subNode;
-    for (int i = 0; i < 100000; ++i, slot = &(*slot)->nextNode) *slot = newZovNode("i", "1");
-    root->nextNode = newZovNode("after", "&");
-    expected = "<r>";
-    for (int i = 0; i < 100000; ++i) expected += "<i>1</i>";
-    expected += "</r><after>&amp;</after>";
-    EXPECT_EQ(written([root](CharBuffer *c) { addSubNodeStringsRecursive(c, root); }), expected);
-    freeZovNode(root);
 }
 
 TEST(XmlTagSearch, WalksRepeatedElements) {
     const char *xml = "<a>x</a><a>y</a>";
     char *text = nullptr;
-    char *position = getXmlTagPosition(xml, "a", &text);
+    char buffer[1024];
+    const char *position = getXmlTagPosition(xml, "a", &text);
+    EXPECT_EQ(position, getSimpleXmlTagPosition(xml, "a", buffer));
     EXPECT_EQ(position, xml + 8);
     EXPECT_STREQ(text, "x");
     std::free(text);
-    position = getXmlTagPosition(position, "a", &text);
-    EXPECT_EQ(position, xml + 16);
-    EXPECT_STREQ(text, "y");
-    std::free(text);
-
-    char buffer[1024];
-    position = getSimpleXmlTagPosition(xml, "a", buffer);
-    EXPECT_STREQ(buffer, "x");
-    position = getSimpleXmlTagPosition(position, "a", buffer);
-    EXPECT_EQ(position, xml + 16);
+    EXPECT_EQ(getSimpleXmlTagPosition(position, "a", buffer), xml + 16);  // the terminating NUL
     EXPECT_STREQ(buffer, "y");
-    EXPECT_EQ(getSimpleXmlTagPosition(position, "a", buffer), nullptr);
+    EXPECT_EQ(getSimpleXmlTagPosition(xml + 16, "a", buffer), nullptr);
     EXPECT_STREQ(buffer, "");
 }
 
@@ -351,26 +312,23 @@ TEST(XmlTagSearch, LimitsAndBadArguments) {
     EXPECT_NE(getSimpleXmlTagPosition(xml.c_str(), name.c_str(), buffer), nullptr);
     EXPECT_STREQ(buffer, "ok");
     EXPECT_EQ(log.text(), "");
-    name += 'n';
-    xml = "<" + name + ">ok</" + name + ">";
-    std::strcpy(buffer, "untouched");
-    EXPECT_EQ(getSimpleXmlTagPosition(xml.c_str(), name.c_str(), buffer), nullptr);
-    EXPECT_STREQ(buffer, "untouched");
-    copy = reinterpret_cast<char *>(1);
-    EXPECT_EQ(getXmlTagPosition(xml.c_str(), name.c_str(), &copy), nullptr);
-    EXPECT_EQ(copy, nullptr);
-    EXPECT_EQ(count(log.text(), "bad arguments"), 2u);
 
-    log.clear();
-    copy = reinterpret_cast<char *>(1);
-    EXPECT_EQ(getXmlTagPosition(nullptr, "a", &copy), nullptr);
-    EXPECT_EQ(copy, nullptr);
-    EXPECT_EQ(getXmlTagPosition("<a>x</a>", nullptr, &copy), nullptr);
-    EXPECT_EQ(getXmlTagPosition("<a>x</a>", "a", nullptr), nullptr);
+    // Refused: a name that does not fit the patterns, NULL arguments. The
+    // caller's buffer is left alone, *contents is cleared.
+    std::string tooLong = name + 'n';
+    xml = "<" + tooLong + ">ok</" + tooLong + ">";
+    std::strcpy(buffer, "untouched");
+    for (const char *tag : {tooLong.c_str(), static_cast<const char *>(nullptr)}) {
+        EXPECT_EQ(getSimpleXmlTagPosition(xml.c_str(), tag, buffer), nullptr);
+        copy = reinterpret_cast<char *>(1);
+        EXPECT_EQ(getXmlTagPosition(xml.c_str(), tag, &copy), nullptr);
+        EXPECT_EQ(copy, nullptr);
+    }
     EXPECT_EQ(getSimpleXmlTagPosition(nullptr, "a", buffer), nullptr);
-    EXPECT_EQ(getSimpleXmlTagPosition("<a>x</a>", nullptr, buffer), nullptr);
     EXPECT_EQ(getSimpleXmlTagPosition("<a>x</a>", "a", nullptr), nullptr);
+    EXPECT_EQ(getXmlTagPosition(nullptr, "a", &copy), nullptr);
+    EXPECT_EQ(getXmlTagPosition("<a>x</a>", "a", nullptr), nullptr);
     EXPECT_STREQ(buffer, "untouched");
-    EXPECT_EQ(count(log.text(), reportLine("getXmlTagPosition", "bad arguments")), 3u);
-    EXPECT_EQ(count(log.text(), reportLine("getSimpleXmlTagPosition", "bad arguments")), 3u);
+    EXPECT_EQ(count(log.text(), reportLine("getXmlTagPosition", "bad arguments")), 4u);
+    EXPECT_EQ(count(log.text(), reportLine("getSimpleXmlTagPosition", "bad arguments")), 4u);
 }
