@@ -1,15 +1,12 @@
-// Exhausted memory while a configuration command is parsed: calloc is
-// wrapped at link time (-Wl,--wrap=calloc / free) for the parser's own
-// sources built into this program, and each run fails one chosen call.
+// Exhausted memory while a configuration is parsed or built: this program
+// links the platform-data and parser sources with calloc and free wrapped
+// (-Wl,--wrap), so a run can fail one chosen allocation and count blocks.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 
-#include "CommandParser.h"
 #include "ConfigTree.h"
-#include "LogCapture.h"
 
 namespace {
 
@@ -37,28 +34,25 @@ void __wrap_free(void *block) {
 
 namespace {
 
-// Fails each allocation of the parse in turn. Every run that hits a failure
-// yields nothing (or, for an asset tag, drops just that tag), reports it,
-// and leaves no block behind. Returns the number of allocations of a parse.
-long failEachAllocation(const Command &command) {
+// Fails each allocation of a parse in turn: every run that hits a failure
+// yields nothing (or, for an asset tag, drops just that tag), reports it and
+// leaves no block behind. Returns the number of allocations of a whole parse.
+long failEachAllocation(const char *outline) {
+    Command command = commandFrom(outline);
     for (long failing = 0;; ++failing) {
         LogCapture log(1);
         gLiveBlocks = 0;
         gCallsBeforeFailure = failing;
-        PlatformData *record = parseConfigurationCommand(command.get());
+        Platform record(parseConfigurationCommand(command.get()));
         bool hit = gCallsBeforeFailure < 0;
         gCallsBeforeFailure = -1;
-        if (!hit) {
-            EXPECT_NE(record, nullptr);
-            Platform release(record);
-            return failing;
-        }
+        if (!hit) return failing;
         EXPECT_TRUE(log.contains(":Error while memory allocation\n")) << "allocation " << failing;
         if (record != nullptr) {
             EXPECT_TRUE(log.contains(reportLine("parsePair", "Error while memory allocation")));
             EXPECT_EQ(listTexts(record->assetTags, &PairStruct::key).size(), 1u);
-            Platform release(record);
         }
+        record.reset();
         EXPECT_EQ(gLiveBlocks, 0) << "allocation " << failing;
     }
 }
@@ -67,22 +61,21 @@ long failEachAllocation(const Command &command) {
 
 TEST(ConfigAllocation, ExhaustedMemoryFailsTheCommandWithoutLeaks) {
     // record, adapter, 2 suffixes, 2 DNS servers, 1 WINS server, 2 tags
-    EXPECT_EQ(failEachAllocation(commandWith({wiredConfiguration()})), 9);
+    EXPECT_EQ(failEachAllocation(kWired), 9);
     // record, adapter, 2 profiles, 2 WEP keys
-    EXPECT_EQ(failEachAllocation(commandWith({wirelessConfiguration()})), 6);
+    EXPECT_EQ(failEachAllocation(kWireless), 6);
 }
 
 TEST(ConfigAllocation, AddOperationsReportExhaustedMemory) {
     Platform record(newPlatformData());
     LogCapture log(1);
-    gCallsBeforeFailure = 0;
-    EXPECT_EQ(addNetworkInterface(record.get()), nullptr);
-    gCallsBeforeFailure = 0;
-    EXPECT_EQ(addApplication(record.get()), nullptr);
-    gCallsBeforeFailure = 0;
-    EXPECT_EQ(addPort(record.get()), nullptr);
-    gCallsBeforeFailure = 0;
-    EXPECT_EQ(addStorage(record.get()), nullptr);
+    for (auto add : {+[](PlatformData *p) -> void * { return addNetworkInterface(p); },
+                     +[](PlatformData *p) -> void * { return addApplication(p); },
+                     +[](PlatformData *p) -> void * { return addPort(p); },
+                     +[](PlatformData *p) -> void * { return addStorage(p); }}) {
+        gCallsBeforeFailure = 0;
+        EXPECT_EQ(add(record.get()), nullptr);
+    }
     gCallsBeforeFailure = -1;
     EXPECT_EQ(record->networkInterfaces, nullptr);
     EXPECT_EQ(record->applications, nullptr);
