@@ -68,6 +68,14 @@ const Section<Target> *firstFailingSection(ZovNode *node, Target *target,
     return nullptr;
 }
 
+// A fresh allocation, passed through; NULL (memory ran out) is reported as
+// functionName.
+template <typename Record>
+Record *allocated(Record *record, const char *functionName) {
+    if (record == nullptr) ZOV_REPORT_AS(functionName, 1, "Error while memory allocation");
+    return record;
+}
+
 // ---------------------------------------------------------------------------
 // Command readers: bounded text copies and "true"/"false" flags.
 
@@ -176,11 +184,8 @@ int parseWep(ZovNode *node, WirelessSettingsStruct *profile) {
             ZOV_REPORT(1, "unexpected null key value");
             return kFailed;
         }
-        WepKeyStruct *entry = keys.appendZeroed();
-        if (entry == nullptr) {
-            ZOV_REPORT(1, "Error while memory allocation");
-            return kFailed;
-        }
+        WepKeyStruct *entry = allocated(keys.appendZeroed(), __func__);
+        if (entry == nullptr) return kFailed;
         copyContents(key->contents, entry->key);
     }
     return kOk;
@@ -225,11 +230,9 @@ int parseWirelessProfile(ZovNode *node, ProfileTail &profiles) {
         ZOV_REPORT(1, "unexpected null wirelessProfile");
         return kFailed;
     }
-    ProfileOwner profile(zov::newZeroedEntry<WirelessSettingsStruct>(), freeWirelessSettingsStruct);
-    if (profile == nullptr) {
-        ZOV_REPORT(1, "Error while memory allocation");
-        return kFailed;
-    }
+    ProfileOwner profile(allocated(zov::newZeroedEntry<WirelessSettingsStruct>(), __func__),
+                         freeWirelessSettingsStruct);
+    if (profile == nullptr) return kFailed;
     if (copySubNodeContents(node, "ssid", profile->ssid) != kOk) return kFailed;
     if (parseEncryption(getSubNodeByName(node, "encryption"), profile.get()) != kOk) return kFailed;
     WirelessSettingsStruct *listed = profile.release();
@@ -345,11 +348,8 @@ int parseServerSet(ZovNode *node, NetworkInterfaceStruct *adapter, const char *s
     }
     zov::ListTail<IpValueStruct> servers(list);
     for (; item != nullptr && hasName(item, itemName); item = item->nextNode) {
-        IpValueStruct *server = servers.appendZeroed();
-        if (server == nullptr) {
-            ZOV_REPORT(1, "Error while memory allocation");
-            return kOutOfMemory;
-        }
+        IpValueStruct *server = allocated(servers.appendZeroed(), __func__);
+        if (server == nullptr) return kOutOfMemory;
         if (item->contents == nullptr || item->contents[0] == '\0') {
             ZOV_REPORT(1, "Error in %s contents", itemName);
             return kFailed;
@@ -371,13 +371,11 @@ int parseDnsSuffixes(ZovNode *node, NetworkInterfaceStruct *adapter) {
     // Every sub-node with text from the first dnsSuffix on is a suffix,
     // whatever its name.
     zov::ListTail<DnsSuffixStruct> suffixes(&adapter->dnsSuffixes);
-    for (ZovNode *item = getSubNodeByName(node, "dnsSuffix"); item != nullptr; item = item->nextNode) {
+    for (ZovNode *item = getSubNodeByName(node, "dnsSuffix"); item != nullptr;
+         item = item->nextNode) {
         if (item->contents == nullptr) continue;
-        DnsSuffixStruct *suffix = suffixes.appendZeroed();
-        if (suffix == nullptr) {
-            ZOV_REPORT(1, "Error while memory allocation");
-            return kFailed;
-        }
+        DnsSuffixStruct *suffix = allocated(suffixes.appendZeroed(), __func__);
+        if (suffix == nullptr) return kFailed;
         copyContents(item->contents, suffix->suffix);
     }
     return kOk;
@@ -488,9 +486,10 @@ int parseHostName(ZovNode *node, PlatformData *record) {
         return copySubNodeContents(staticNode, "name", record->hostName);
     }
     // The other types count by their presence alone.
-    static constexpr WordValue kDerivedTypes[] = {{"macDerived", HOST_NAME_MAC_DERIVED},
-                                                  {"dhcpAssigned", HOST_NAME_DHCP_ASSIGNED},
-                                                  {"dnsReverseLookup", HOST_NAME_DNS_REVERSE_LOOKUP}};
+    static constexpr WordValue kDerivedTypes[] = {
+        {"macDerived", HOST_NAME_MAC_DERIVED},
+        {"dhcpAssigned", HOST_NAME_DHCP_ASSIGNED},
+        {"dnsReverseLookup", HOST_NAME_DNS_REVERSE_LOOKUP}};
     for (const WordValue &type : kDerivedTypes) {
         if (getSubNodeByName(node, type.word) != nullptr) {
             record->hostNameType = type.value;
@@ -523,11 +522,8 @@ int parseDeviceSettings(ZovNode *node, PlatformData *record) {
 // then dropped).
 PairStruct *parsePair(ZovNode *node) {
     if (node == nullptr) return nullptr;
-    auto *pair = zov::newZeroedEntry<PairStruct>();
-    if (pair == nullptr) {
-        ZOV_REPORT(1, "Error while memory allocation");
-        return nullptr;
-    }
+    auto *pair = allocated(zov::newZeroedEntry<PairStruct>(), __func__);
+    if (pair == nullptr) return nullptr;
     copySubNodeContents(node, "key", pair->key);
     copySubNodeContents(node, "value", pair->value);
     ZOV_REPORT(3, "parsePair key='%s', value='%s'", pair->key, pair->value);
@@ -547,7 +543,9 @@ int parseAssetTagSet(ZovNode *node, PlatformData *record) {
     }
     zov::ListTail<PairStruct> tags(&record->assetTags);
     ZovNode *tag = node->subNode;
-    for (; tag != nullptr && hasName(tag, "assetTag"); tag = tag->nextNode) tags.append(parsePair(tag));
+    for (; tag != nullptr && hasName(tag, "assetTag"); tag = tag->nextNode) {
+        tags.append(parsePair(tag));
+    }
     if (tag != nullptr) {
         ZOV_REPORT(1, "unexpected tempNode in parseAssetTagSet, name='%s'",
                    tag->name != nullptr ? tag->name : "(null)");
@@ -574,11 +572,8 @@ PlatformData *parseConfiguration(ZovCommandStruct *command) {
                       "unable to find deviceConfiguration in command->rootNode");
         return nullptr;
     }
-    PlatformDataOwner record(newPlatformData());
-    if (record == nullptr) {
-        ZOV_REPORT_AS(kParseConfigurationCommand, 1, "Error while memory allocation");
-        return nullptr;
-    }
+    PlatformDataOwner record(allocated(newPlatformData(), kParseConfigurationCommand));
+    if (record == nullptr) return nullptr;
     static constexpr Section<PlatformData> kSections[] = {
         {"deviceSettings", parseDeviceSettings, "bad deviceSettings"},
         {"networkAdapterConfigurationSet", parseNetworkAdapterConfigurationSet,

@@ -32,9 +32,10 @@ constexpr Enumeration kHostNameAssignment{
     {1, 2, 3, 4}};
 constexpr Enumeration kPhysicalConnection{
     "physicalConnectionType", {{0, "unknown"}, {1, "wired"}, {2, "wireless"}}, {1, 2}};
-constexpr Enumeration kSpeed{"speedType",
-                         {{0, "unknown"}, {1, "auto"}, {10, "10"}, {100, "100"}, {1000, "1000"}},
-                         {10, 100, 1000, 1}};
+constexpr Enumeration kSpeed{
+    "speedType",
+    {{0, "unknown"}, {1, "auto"}, {10, "10"}, {100, "100"}, {1000, "1000"}},
+    {10, 100, 1000, 1}};
 constexpr Enumeration kDuplex{
     "duplexType", {{0, "unknown"}, {1, "half"}, {2, "full"}, {3, "auto"}}, {1, 2, 3}};
 constexpr Enumeration kWirelessAuthentication{
@@ -107,7 +108,9 @@ ZOV_API int32_t speedTypeToInt(speedType value) {
     return -1;
 }
 
-ZOV_API const char *duplexTypeToString(duplexType value) { return wordOf(kDuplex, value, __func__); }
+ZOV_API const char *duplexTypeToString(duplexType value) {
+    return wordOf(kDuplex, value, __func__);
+}
 
 ZOV_API duplexType StringToDuplexType(const char *text) {
     return valueOf(kDuplex, duplexTypeToString, text, __func__);

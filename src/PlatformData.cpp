@@ -51,8 +51,7 @@ ZOV_API StorageStruct *addStorage(PlatformData *platformData) {
 }
 
 ZOV_API PortStruct *addPort(PlatformData *platformData) {
-    return addEntry(platformData, &PlatformData::ports, __func__,
-                    "Error while memoy allocation");
+    return addEntry(platformData, &PlatformData::ports, __func__, "Error while memoy allocation");
 }
 
 ZOV_API PairStruct *addCustomData(PlatformData *platformData) {
