@@ -1,0 +1,46 @@
+#include "Capture.h"
+
+#include "Tool.h"
+
+namespace zovtool {
+
+namespace {
+
+// The next line of text from pos on, without its line end; false at the end.
+bool nextLine(std::string_view text, std::size_t &pos, std::string_view &line) {
+    if (pos >= text.size()) return false;
+    std::size_t end = text.find('\n', pos);
+    std::size_t next = end == std::string_view::npos ? text.size() : end + 1;
+    line = text.substr(pos, (end == std::string_view::npos ? text.size() : end) - pos);
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    pos = next;
+    return true;
+}
+
+}  // namespace
+
+Capture parseCapture(std::string_view raw) {
+    Capture capture;
+    std::size_t pos = 0;
+    std::string_view line;
+    bool first = true;
+    while (nextLine(raw, pos, line)) {
+        if (line.empty()) {
+            capture.body.assign(raw.substr(pos));
+            return capture;
+        }
+        if (first && line.substr(0, 5) == "HTTP/") {
+            capture.statusLine.emplace(line);
+        } else {
+            std::size_t colon = line.find(':');
+            if (colon == std::string_view::npos)
+                throw Refused("not a header line: '" + std::string(line) + "'");
+            capture.headers.emplace_back(std::string(line.substr(0, colon)),
+                                         std::string(line.substr(colon + 1)));
+        }
+        first = false;
+    }
+    throw Refused("no empty line between the headers and the body");
+}
+
+}  // namespace zovtool
