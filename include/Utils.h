@@ -3,6 +3,7 @@
  *
  * The arguments must not be NULL unless a NULL case is described.
  * Reports go through zovLogger with the source file "Utils".
+ * Also here: the storage type probe, findStorageType.
  */
 #ifndef ZOVCOMMON_UTILS_H
 #define ZOVCOMMON_UTILS_H
@@ -42,6 +43,22 @@ ZOV_API int GetDecimal(int c);
  * big-endian: "12345678" gives 0x12345678. A NULL key or one whose length is
  * not 8 gives 1. Each pair of digits is formed with GetDecimal modulo 256. */
 ZOV_API uint64_t convertSecurityKey(const char *key);
+
+/*
+ * The storage type of the device, as the platform's probe script
+ * "/etc/FindDrive.sh" reports it: the script is run through the shell and the
+ * first line of its standard output (at most 1023 characters) is read as a
+ * decimal number the way atoi reads it (a line that does not begin with a
+ * number reads as 0); the rest of the output and the exit status are ignored.
+ *
+ * Returns 0, 1 or 2 (a storage device), 3 (a flash device) or 4 (a SATA
+ * device), each reported at level 3 ("Found device using New Method",
+ * "Found Flash Device using New Method", "Found SATA device using New Method")
+ * after "Return value is %d". Any other number gives -1 with "Unable to find
+ * FLASH/SATA using new method !!". A script that cannot be started or prints
+ * nothing gives -1 without a report.
+ */
+ZOV_API int findStorageType(void);
 
 #ifdef __cplusplus
 }

@@ -1,9 +1,12 @@
-// String utilities offered to the agent.
+// String utilities offered to the agent, and the storage type probe.
 #include "Utils.h"
 
 #include <cctype>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "internal/Report.h"
 
@@ -14,6 +17,35 @@ constexpr char kSourceFile[] = "Utils";
 // The classification functions are defined for unsigned char values only:
 // bytes above 127 are passed as such, never as negative numbers.
 int asCharValue(char c) noexcept { return static_cast<unsigned char>(c); }
+
+// The platform's storage probe. Test builds compile this file with their own
+// script in its place.
+#ifndef ZOV_FIND_DRIVE_SCRIPT
+#define ZOV_FIND_DRIVE_SCRIPT "/etc/FindDrive.sh"
+#endif
+constexpr char kFindDriveScript[] = ZOV_FIND_DRIVE_SCRIPT;
+
+struct PipeClose {
+    void operator()(FILE *pipe) const noexcept { pclose(pipe); }
+};
+
+// Runs the probe and reads the first line of its output (without its line
+// feed) into line; false when the probe cannot be started or prints nothing.
+// Closing the pipe waits for the probe to end.
+bool readProbeLine(char (&line)[1024]) noexcept {
+    std::unique_ptr<FILE, PipeClose> pipe(popen(kFindDriveScript, "r"));
+    if (pipe == nullptr || std::fgets(line, sizeof line, pipe.get()) == nullptr) return false;
+    std::size_t length = std::strlen(line);
+    if (length > 0 && line[length - 1] == '\n') line[length - 1] = '\0';
+    return true;
+}
+
+// atoi's reading of a number; a number outside int's range, which atoi leaves
+// undefined, reads as -1, an unknown code.
+int readCode(const char *line) noexcept {
+    long value = std::strtol(line, nullptr, 10);
+    return value < INT_MIN || value > INT_MAX ? -1 : static_cast<int>(value);
+}
 
 }  // namespace
 
@@ -75,6 +107,29 @@ ZOV_API uint64_t convertSecurityKey(const char *key) {
     ZOV_REPORT(3, "Convert security key: str: %08X:  %u", static_cast<unsigned>(value),
                static_cast<unsigned>(value));
     return value;
+}
+
+ZOV_API int findStorageType(void) {
+    char line[1024];
+    if (!readProbeLine(line)) return -1;
+    int code = readCode(line);
+    ZOV_REPORT(3, "Return value is %d", code);
+    switch (code) {
+        case 0:
+        case 1:
+        case 2:
+            ZOV_REPORT(3, "Found device using New Method");
+            return code;
+        case 3:
+            ZOV_REPORT(3, "Found Flash Device using New Method");
+            return code;
+        case 4:
+            ZOV_REPORT(3, "Found SATA device using New Method");
+            return code;
+        default:
+            ZOV_REPORT(3, "Unable to find FLASH/SATA using new method !!");
+            return -1;
+    }
 }
 
 }  // extern "C"
