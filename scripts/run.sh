@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Sets up the machine, builds the library and runs the example program.
+# Sets up the machine, builds the library and zovtool, and inspects the
+# captured configuration command of the examples.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
-cmake -S . -B build -DZOV_BUILD_TESTS=OFF
+cmake -S . -B build
 cmake --build build -j "$(nproc)"
-./build/zov_example
+./build/tools/zovtool inspect examples/responses/config-wired.http

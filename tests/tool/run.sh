@@ -31,6 +31,9 @@ done
 golden_check config-wired.json "$tool" inspect --json "$examples/config-wired.http"
 golden_check config-wireless.json "$tool" inspect --json "$examples/config-wireless.http"
 golden_check stdin.txt "$tool" inspect - <"$examples/result.http"
+# A configuration the library refuses is shown with the library's reasons.
+sed 's|<speed>1000</speed>|<speed>10G0</speed>|' "$examples/config-wired.http" >"$work/config-refused.http"
+golden_check config-refused.txt "$tool" inspect "$work/config-refused.http"
 
 # Attachments are saved byte for byte.
 mkdir "$work/saved"
