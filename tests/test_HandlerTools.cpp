@@ -4,6 +4,7 @@
 #include <string>
 
 #include "HandlerTools.h"
+#include "XmlParser.h"
 #include "LogCapture.h"
 
 namespace {
@@ -119,4 +120,57 @@ TEST(HandlerLookup, FindsTheFirstEntryWithAHandler) {
     EXPECT_EQ(findCommandHandler("reboot", table, nullptr), -1);
     EXPECT_EQ(found, handlerA);
     EXPECT_EQ(countOf(log.text(), "[findCommandHandler       ] :bad arguments\n"), 3u);
+}
+
+namespace {
+
+// name, contents (or NULL), then the sub-nodes in brackets; siblings follow.
+std::string describe(const ZovNode *node) {
+    std::string text;
+    for (; node != nullptr; node = node->nextNode) {
+        text += std::string(node->name ? node->name : "<NULL>") + "=" +
+                (node->contents ? "'" + std::string(node->contents) + "'" : "NULL");
+        if (node->subNode != nullptr) text += "[" + describe(node->subNode) + "]";
+        text += ";";
+    }
+    return text;
+}
+
+void keepCommand(void *userData, ZovCommandStruct *record) {
+    *static_cast<ZovCommandStruct **>(userData) = record;
+}
+
+}  // namespace
+
+TEST(CommandMessage, ParsesBackToTheSameCommand) {
+    ZovCommandStruct *command = newZovCommandStructWithNameAndGuid("inventory", "g<&>'\"1");
+    ZovNode *root = command->rootNode;
+    addNewZovSubNode(root, "text", "x<y & 'z' \"q\" >");
+    addNewZovSubNode(root, "empty", "");
+    addNewZovSubNode(root, "blanks", "  two  words ");
+    ZovNode *branch = addNewZovSubNode(root, "disks", nullptr);
+    addNewZovSubNode(addNewZovSubNode(branch, "disk", nullptr), "size", "512");
+    addNewZovSubNode(addNewZovSubNode(branch, "disk", nullptr), "size", "1024");
+    ZovNode *deep = root;
+    for (int level = 0; level < 100; ++level) deep = addNewZovSubNode(deep, "level", nullptr);
+    addNewZovSubNode(deep, "bottom", "&amp;");
+
+    CharBuffer *message = getCharBufferFromCommandStruct(command);
+    ZovCommandStruct *parsed = nullptr;
+    XmlParserStruct *parser = initXmlParser();
+    setXmlParserUserData(parser, &parsed);
+    setXmlParserCommandCallBack(parser, keepCommand);
+    EXPECT_EQ(xmlParserParseCharBuffer(parser, message), 0);
+    endXmlParser(parser);
+
+    ASSERT_NE(parsed, nullptr);
+    EXPECT_STREQ(parsed->commandName, "inventory");
+    EXPECT_STREQ(parsed->commandGuid, "g<&>'\"1");
+    EXPECT_EQ(parsed->next, nullptr);
+    EXPECT_EQ(describe(parsed->rootNode), describe(command->rootNode));
+    std::free(parsed->commandName);
+    std::free(parsed->commandGuid);
+    freeZovCommandStruct(parsed);
+    freeAllCharBuffers(message);
+    freeZovCommandStruct(command);
 }
