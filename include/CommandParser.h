@@ -62,7 +62,7 @@ extern "C" {
  * Faults that are reported but fail nothing: a missing or bad wolEnabled, a
  * missing or bad dnsServerSet or winsServerSet (the servers read before the
  * fault stay, a server without text as an empty entry), an assetTag whose key
- * is empty (dropped).
+ * is empty or for which memory ran out (dropped).
  */
 ZOV_API PlatformData *parseConfigurationCommand(ZovCommandStruct *command);
 

@@ -30,7 +30,7 @@ inline std::string reportLine(const char *function, const std::string &message) 
 using Report = std::pair<const char *, std::string>;  // function name, message
 
 // The log holds exactly these reports, in this order.
-inline void expectReports(const LogCapture &log, std::initializer_list<Report> reports) {
+inline void expectReports(const LogCapture &log, const std::vector<Report> &reports) {
     constexpr std::size_t kSourceAndLine = 26;  // "[CommandParser  ][123    ]"
     std::string text = log.text();
     std::size_t at = 0;
