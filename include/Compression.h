@@ -97,7 +97,8 @@ ZOV_API int CompressAndSplitWrite(FILE *in, FILE *out, int level, CompressionPro
  * chunk, stores the full count (gzip header and trailer included) in
  * compressedSize, closes the file, and logs "Disk Size is <totalSize>" and
  * "Compressed Size is <compressedSize>" (level 3). A read error midway is
- * not detected: the count stops there.
+ * not reported: the call still returns 0, with compressedSize left as it
+ * was.
  * Returns 0; -1 when path is NULL or cannot be opened ("Error in Opening
  * Device File <path>", level 1; the record is left alone) or progress is
  * NULL ("Progress record cannot be NULL", level 1; nothing is opened). */

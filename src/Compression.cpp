@@ -214,7 +214,6 @@ int uncompressFile(FILE *in, FILE *out, const CompressionProgress *progress) {
     if (const int status = inflater.started(initInflate(stream)); status != Z_OK) return status;
     unsigned char input[kChunk];
     unsigned char output[kChunk];
-    const double total = progress != nullptr ? asDouble(progress->totalSize) : 0.0;
     int64_t done = 0;
     int last = Z_OK;
     // A read that finds the input already at its end counts as the end of the
@@ -235,7 +234,8 @@ int uncompressFile(FILE *in, FILE *out, const CompressionProgress *progress) {
             const std::size_t produced = kChunk - stream.avail_out;
             if (!writeAll(out, output, produced)) return -1;
             done += static_cast<int64_t>(produced);
-            reportProgress(progress, total, asDouble(done), 0, 0);
+            if (progress != nullptr)
+                reportProgress(progress, asDouble(progress->totalSize), asDouble(done), 0, 0);
         } while (stream.avail_out == 0);
     }
     return last == Z_STREAM_END ? 0 : Z_DATA_ERROR;
@@ -282,10 +282,11 @@ void useDefaultAllocator(z_stream &stream) {
 bool splitUpload(const TransferContext &ctx) { return ctx.splitMode != 0; }
 
 // Reads the next upload input into the buffer: as many bytes as the
-// destination holds, never more than the buffer, and in split mode never past
-// the piece limit (the caller keeps bytesRead <= pieceLimit).
+// destination holds, never more than the buffer or than the stream's 32-bit
+// input counter takes, and in split mode never past the piece limit (the
+// caller keeps bytesRead <= pieceLimit).
 std::size_t readUploadInput(TransferContext &ctx, std::size_t want) {
-    uint64_t room = std::min<uint64_t>(want, ctx.bufferSize);
+    uint64_t room = std::min<uint64_t>({want, ctx.bufferSize, UINT_MAX});
     if (splitUpload(ctx)) room = std::min(room, ctx.pieceLimit - ctx.bytesRead);
     const std::size_t got = std::fread(ctx.buffer, 1, static_cast<std::size_t>(room), ctx.file);
     if (splitUpload(ctx)) ctx.bytesRead += got;

@@ -151,6 +151,11 @@ TEST(CompressionFailures, CompressingRefusesBadPathsStreamsAndRecords) {
         EXPECT_TRUE(log.contains("[CalculateCompressedSize  ] :Device Location " + missing + " \n"));
         EXPECT_TRUE(log.contains("[CalculateCompressedSize  ] :Error in Opening Device File " + missing + "\n"));
         EXPECT_EQ(CalculateCompressedSize((dir / "small").c_str(), nullptr), -1);
+        // A device that opens but cannot be read: still 0, and the record keeps its size.
+        EXPECT_EQ(CalculateCompressedSize((dir / "").c_str(), &progress), 0);
+        EXPECT_EQ(progress.compressedSize, 77);
+        EXPECT_TRUE(log.contains("[CalculateCompressedSize  ] :Disk Size is 5\n"));
+        EXPECT_TRUE(log.contains("[CalculateCompressedSize  ] :Compressed Size is 77\n"));
     }
     File small = openFile(dir / "small", "rb");
     File out = openFile(dir / "out.gz", "wb");
