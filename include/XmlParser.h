@@ -60,12 +60,17 @@
  *    is not set (a command chain none of whose records was handed over), a
  *    record whose envelope a cut-off or malformed document left open, and the
  *    parser's working nodes.
+ *  - When memory runs out for a record, its envelope delivers nothing and each
+ *    element two or more levels below it is reported as "Unexpected NULL
+ *    rootNode"; a node that cannot be made loses its element's text.
  *
  * Calling order: initXmlParser; setXmlParserUserData and the callback setters;
  * one parse call; endXmlParser. A context parses exactly one document: a
  * second parse call delivers nothing. Callbacks must neither parse with nor end
- * the context they are called from. A malformed document is not reported: expat stops at the
- * first error, and the records finished before that point have been delivered.
+ * the context they are called from; an exception thrown by a C++ callback is
+ * caught and dropped, and the parse goes on. A malformed document is not
+ * reported: expat stops at the first error, and the records finished before
+ * that point have been delivered.
  *
  * Reports go through zovLogger with the source file "XmlParser".
  */

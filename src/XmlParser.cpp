@@ -155,6 +155,8 @@ private:
     template <typename Record>
     void closeEnvelope(const char *name, const char *envelopeName,
                        void (*callBack)(void *, Record *));
+    template <typename Record>
+    void deliver(void (*callBack)(void *, Record *), Record *record) noexcept;
 
     void makeFreeStandingNode(const char *name);
     void storeText();
@@ -357,7 +359,7 @@ void Parser::endCommandChild(const char *name) {
     }
     if (commandCallBack != nullptr) {
         chainHandedOver_ = true;
-        commandCallBack(userData, command);
+        deliver(commandCallBack, command);
     }
 }
 
@@ -423,10 +425,17 @@ void Parser::closeEnvelope(const char *name, const char *envelopeName,
     currentRecord = nullptr;  // forgotten before the callee owns it
     if (record == nullptr) return;
     if (callBack != nullptr) {
-        callBack(userData, record);
+        deliver(callBack, record);
     } else {
         release(record);
     }
+}
+
+// An exception thrown by a C++ callee ends here, so that the parser still
+// finishes the element and goes on with the document.
+template <typename Record>
+void Parser::deliver(void (*callBack)(void *, Record *), Record *record) noexcept {
+    zov::guardedVoid([&] { callBack(userData, record); });
 }
 
 void Parser::releaseUnreceived() noexcept {

@@ -268,12 +268,25 @@ TEST(XmlParser, HostileShapes) {
     EXPECT_EQ(levels, kLevels - 1);
     EXPECT_STREQ(node->contents, "tip");
 
-    // A C++ callee that throws must not unwind through expat.
-    XmlParserStruct *parser = initXmlParser();
-    setXmlParserNoCommandCallBack(parser, [](void *, ZovNoCommandStruct *record) {
-        freeZovNoCommandStruct(record);
+    // A C++ callee that throws must not unwind through expat, nor leave the
+    // parser behind in the document.
+    Delivered thrown;
+    XmlParserStruct *parser = thrown.makeParser();
+    setXmlParserCommandCallBack(parser, [](void *self, ZovCommandStruct *record) {
+        Delivered::keep(self, record);
         throw std::runtime_error("callee");
     });
-    EXPECT_EQ(xmlParserParseChar(parser, "<m><noCommands/><noCommands/></m>"), 0);
+    setXmlParserNoCommandCallBack(parser, [](void *self, ZovNoCommandStruct *record) {
+        Delivered::keep(self, record);
+        throw std::runtime_error("callee");
+    });
+    EXPECT_EQ(xmlParserParseChar(parser, "<m><noCommands/><commandEnvelope><c1><a>1</a></c1></commandEnvelope>"
+                                         "<commandEnvelope><c2/></commandEnvelope><noCommands/></m>"),
+              0);
     endXmlParser(parser);
+    EXPECT_EQ(thrown.kinds, "nccn");
+    ASSERT_EQ(thrown.commands.size(), 2u);
+    EXPECT_EQ(thrown.commands[1].name, "c2");
+    EXPECT_EQ(thrown.commands[0].record->next, thrown.commands[1].record);
+    EXPECT_EQ(dumpTree(thrown.commands[0].record->rootNode), "Command\n  a=1\n");
 }
