@@ -58,7 +58,8 @@ ZOV_API int freeAllCharBuffers(CharBuffer *bufferPointer);
 ZOV_API CharBuffer *getBufferContent(CharBuffer *link, char **data, int *dataLength);
 
 /* Copies up to maxLength bytes starting at byte offset startingCharacter into
- * dest and returns the number copied; no terminator is written. An empty chain
+ * dest (room for maxLength bytes) and returns the number copied; no
+ * terminator is written. An empty chain
  * writes one NUL to dest and returns 0. An offset past the end reports
  * "Reached last charBuffer before startingCharacter found" and returns 0 with
  * dest untouched. */
@@ -68,7 +69,8 @@ ZOV_API size_t getDataFromCharBuffer(CharBuffer *bufferPointer, char *dest, size
 /* The line that starts at byte offset *position, as a new string the caller
  * frees: it keeps its ending '\n' (absent on a last line without one), every
  * '\r' is dropped, and lines of any length are returned whole. *position moves
- * past the line. NULL when no byte is left (or memory is exhausted). */
+ * past the line. NULL when no byte is left, for a NULL chain or position or a
+ * negative offset, and when memory is exhausted (*position then unchanged). */
 ZOV_API char *getCharBufferLine(CharBuffer *bufferPointer, int *position);
 
 /* Removes every '\n' and '\r' from text in place and returns text (not NULL). */
@@ -78,7 +80,9 @@ ZOV_API char *removeNewLines(char *text);
  * NULL for a NULL chain or when memory is exhausted. */
 ZOV_API char *charBufferToChar(CharBuffer *bufferPointer);
 
-/* Appends all data of src to the chain dest; src is unchanged. */
+/* Appends all data of src to the chain dest (a chain appended to itself is
+ * copied once); src is unchanged. A NULL dest or src reports "bufferPointer
+ * and data cannot be NULL" and appends nothing. */
 ZOV_API void addCharBufferToCharBuffer(CharBuffer *dest, CharBuffer *src);
 
 /* A new chain with the same links. Each link's data is copied up to its first
@@ -87,8 +91,9 @@ ZOV_API void addCharBufferToCharBuffer(CharBuffer *dest, CharBuffer *src);
  * the copy there. Free the copy with freeAllCharBuffers. */
 ZOV_API CharBuffer *charBufferCopy(CharBuffer *bufferPointer);
 
-/* Copies src without its leading blanks (' ' only) into dest, a buffer of size
- * bytes: at most size - 1 characters, the rest of dest NUL-filled. */
+/* Copies src without its leading blanks (' ' only; tabs stay, and trailing
+ * blanks are kept) into dest, a buffer of size bytes: at most size - 1
+ * characters, the rest of dest NUL-filled. */
 ZOV_API void stringTrim(const char *src, char *dest, int size);
 
 #ifdef __cplusplus

@@ -65,8 +65,10 @@ ZOV_API int zovGetProgressBarValue(void);
  * A NULL root prints the title and "\n\n" only. Subject to the level filter. */
 ZOV_API void dumpZovNode(const char *label, int line, int level, ZovNode *root);
 
-/* Prints "<label>[<line>]: \n", the whole text of the chain, then "\n\n".
- * A NULL chain prints the title and "\n\n" only. Subject to the level filter. */
+/* Prints "<label>[<line>]: \n", the text of the chain as a string (its bytes up
+ * to the first NUL), then "\n\n". The text is written link by link, so the
+ * dump needs no memory of its own. A NULL chain prints the title and "\n\n"
+ * only. Subject to the level filter. */
 ZOV_API void dumpZovCharbuffer(const char *label, int line, int level, CharBuffer *buffer);
 
 #ifdef __cplusplus

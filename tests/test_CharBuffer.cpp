@@ -242,3 +242,14 @@ TEST(ChainInternals, HandBuiltChainsWithOddLengthsAreReadSafely) {
     EXPECT_EQ(getTotalBufferLength(chain.get()), 1000);
     EXPECT_EQ(takeString(charBufferToChar(chain.get())), std::string(1000, 'z'));
 }
+
+TEST(ChainInternals, AppenderFollowsLinksAddedBehindItsBack) {
+    Chain chain(createCharBuffer());
+    zov::ChainAppender appender(chain.get());
+    ASSERT_TRUE(appender.append(std::string(1000, 'a')));
+    addDataToCharBuffer(chain.get(), std::string(1500, 'b').data(), 1500);
+    ASSERT_TRUE(appender.append("c", 1));
+    EXPECT_EQ(linkLengths(chain.get()), (std::vector<int>{1000, 1000, 501}));
+    EXPECT_EQ(takeString(charBufferToChar(chain.get())),
+              std::string(1000, 'a') + std::string(1500, 'b') + "c");
+}

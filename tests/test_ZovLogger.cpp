@@ -109,6 +109,8 @@ TEST(ZovLogger, DumpCharbufferPrintsTextAcrossLinks) {
     addDataToCharBuffer(chain, text.data(), static_cast<int>(text.size()));
     dumpZovCharbuffer("buf", 5, 1, chain);
     dumpZovCharbuffer("null", 6, 1, nullptr);
-    EXPECT_EQ(log.text(), "buf[5]: \n" + text + "\n\nnull[6]: \n\n\n");
+    addDataToCharBuffer(chain, "r\0s", 3);  // printed as a string: up to the NUL
+    dumpZovCharbuffer("nul", 7, 1, chain);
+    EXPECT_EQ(log.text(), "buf[5]: \n" + text + "\n\nnull[6]: \n\n\nnul[7]: \n" + text + "r\n\n");
     freeAllCharBuffers(chain);
 }

@@ -53,6 +53,10 @@ public:
             std::size_t used = linkLength(tail_);
             std::size_t room = CHAR_BUFFER_SIZE - used;
             if (room == 0) {
+                if (tail_->next != nullptr) {  // the chain grew behind this appender's back
+                    tail_ = lastLink(tail_);
+                    continue;
+                }
                 CharBuffer *link = createCharBuffer();
                 if (link == nullptr) {
                     zovLogger("CharBuffer", "addDataToCharBuffer", __LINE__, 1,
