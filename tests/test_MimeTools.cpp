@@ -150,6 +150,7 @@ TEST(MimeDecoding, PartHeadersAndBase64Content) {
         "X-Long: " + std::string(200, 'v') + "\r\n"
         "X-Twice: second\r\n"
         "X-Times: 10:30\r\n"
+        " X-Blank : b\r\n"
         "\r\n"
         "c\r\n"
         "--XyZ\r\n"
@@ -165,7 +166,8 @@ TEST(MimeDecoding, PartHeadersAndBase64Content) {
                                                   {"X-Lead", "v"},
                                                   {"X-Twice", "second"},
                                                   {"X-Long", std::string(131, 'v')},
-                                                  {"X-Times", "10:30"}}));
+                                                  {"X-Times", "10:30"},
+                                                  {"X-Blank ", "b"}}));
     EXPECT_EQ(contentsOf(out.get()), (Contents{"c", attachment, attachment.substr(0, 3000)}));
 }
 
