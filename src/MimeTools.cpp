@@ -6,12 +6,12 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "internal/Base64Slices.h"
 #include "internal/Chain.h"
@@ -160,7 +160,8 @@ private:
     }
 
     HttpHeader **tail_;
-    std::unordered_map<std::string_view, HttpHeader *> index_;
+    // Ordered, so that no choice of names by the sender degrades the lookups.
+    std::map<std::string_view, HttpHeader *> index_;
 };
 
 // A body given as a caller's chain.
