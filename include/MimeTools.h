@@ -10,7 +10,8 @@
  *   - Lines before the first delimiter line ("--" + token at the start of the
  *     line; the rest of the line is ignored) are skipped.
  *   - Each part starts with header lines "name: value" (name before the first
- *     colon, leading colons skipped; value after it, leading blanks dropped;
+ *     colon, leading colons skipped; value after it; both lose their leading
+ *     blanks, while a blank before the colon stays part of the name;
  *     names cut to 79 characters, values to 131; a later header of the same
  *     name replaces the earlier one; a line without a colon, or whose colon is
  *     its last character, adds nothing), ended by an empty line.

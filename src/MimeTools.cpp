@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
@@ -120,18 +121,48 @@ private:
     std::string close_;
 };
 
-// Adds the header of a part header line "name:value\n", if it holds one. The
-// line is read as a C string and cut in place.
-void addHeaderLine(HttpHeader **headers, std::string &line) noexcept {
-    char *name = line.data();
-    name += std::strspn(name, ":");
-    char *colon = std::strchr(name, ':');
-    if (colon == nullptr || colon[1] == '\0') return;
-    *colon = '\0';
-    char *value = colon + 1;
-    value[std::strcspn(value, "\n")] = '\0';
-    httpPayloadAddHeader(headers, name, value);
-}
+// The header list of a part being read. Headers are added by
+// httpPayloadAddHeader's rules (trimmed and cut, a repeated name updating its
+// record in place), but a name is found through an index and a new header is
+// linked at the remembered tail: a part with any number of header lines is
+// read in linear time. May throw std::bad_alloc; the list stays whole.
+class PartHeaders {
+public:
+    explicit PartHeaders(HttpHeader **list) noexcept : tail_(list) {}
+
+    // Adds the header of a part header line "name:value\n", if it holds one.
+    // The line is read as a C string and cut in place.
+    void addLine(std::string &line) {
+        char *name = line.data();
+        name += std::strspn(name, ":");
+        char *colon = std::strchr(name, ':');
+        if (colon == nullptr || colon[1] == '\0') return;
+        *colon = '\0';
+        char *value = colon + 1;
+        value[std::strcspn(value, "\n")] = '\0';
+        add(name, value);
+    }
+
+private:
+    void add(const char *name, const char *value) {
+        char key[HTTP_HEADER_NAME_SIZE];
+        stringTrim(name, key, sizeof key);
+        auto found = index_.find(std::string_view(key));
+        if (found != index_.end()) {
+            HttpHeader *header = found->second;  // a list whose head has the name
+            httpPayloadAddHeader(&header, key, value);
+            return;
+        }
+        if (httpPayloadAddHeader(tail_, key, value) != 0) return;
+        HttpHeader *added = *tail_;
+        tail_ = &added->next;
+        index_.emplace(std::string_view(added->name), added);
+    }
+
+    HttpHeader **tail_;
+    // Ordered, so that no choice of names by the sender degrades the lookups.
+    std::map<std::string_view, HttpHeader *> index_;
+};
 
 // A body given as a caller's chain.
 class ChainInput {
@@ -245,6 +276,7 @@ public:
             return nullptr;
         }
         ContentBuilder content(part->body);
+        PartHeaders headers(&part->headers);
         bool inBody = false;
         while (reader_.nextLine(line_)) {
             if (delimiters_.opens(line_)) {
@@ -254,7 +286,7 @@ public:
             if (inBody) {
                 content.addLine(line_);
             } else if (line_.size() > 1) {
-                addHeaderLine(&part->headers, line_);
+                headers.addLine(line_);
             } else {
                 inBody = true;
                 if (isBase64(httpPayloadGetHeader(part->headers, kTransferEncoding)))
@@ -366,8 +398,10 @@ int decodeGuarded(HttpHeader *headers, const Input &input, MimeStruct *out) noex
     return -1;
 }
 
-// Appends all data of src.
+// Appends all data of src; a missing src reports as addCharBufferToCharBuffer
+// does.
 void appendChain(zov::ChainAppender &out, const CharBuffer *src) noexcept {
+    if (src == nullptr) out.append(nullptr, 0);
     for (const CharBuffer *link = src; link != nullptr; link = link->next)
         out.append(link->data, zov::linkLength(link));
 }

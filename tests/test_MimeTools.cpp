@@ -150,6 +150,7 @@ TEST(MimeDecoding, PartHeadersAndBase64Content) {
         "X-Long: " + std::string(200, 'v') + "\r\n"
         "X-Twice: second\r\n"
         "X-Times: 10:30\r\n"
+        " X-Blank : b\r\n"
         "\r\n"
         "c\r\n"
         "--XyZ\r\n"
@@ -165,8 +166,29 @@ TEST(MimeDecoding, PartHeadersAndBase64Content) {
                                                   {"X-Lead", "v"},
                                                   {"X-Twice", "second"},
                                                   {"X-Long", std::string(131, 'v')},
-                                                  {"X-Times", "10:30"}}));
+                                                  {"X-Times", "10:30"},
+                                                  {"X-Blank ", "b"}}));
     EXPECT_EQ(contentsOf(out.get()), (Contents{"c", attachment, attachment.substr(0, 3000)}));
+}
+
+TEST(MimeDecoding, HeaderLinesActAsRepeatedAdds) {
+    // Many header lines, names repeated, with leading blanks or cut to the
+    // same 79 characters: the part's list is the one adding them one by one
+    // gives.
+    std::string body = "--XyZ\r\n";
+    HttpHeader *added = nullptr;
+    for (int i = 0; i < 3000; ++i) {
+        const std::string name = i % 3 == 0   ? "  H" + std::to_string(i % 100)
+                                 : i % 3 == 1 ? "H" + std::to_string(i)
+                                              : std::string(79, 'n') + std::to_string(i);
+        const std::string value = std::to_string(i);
+        body += name + ": " + value + "\r\n";
+        httpPayloadAddHeader(&added, name.c_str(), value.c_str());
+    }
+    Headers expected(added);
+    Parts out = newRecord();
+    ASSERT_EQ(decodeChain(body + "\r\nc\r\n--XyZ--\r\n", kMultipart, out), 0);
+    EXPECT_EQ(pairsOf(out->headers), pairsOf(expected.get()));
 }
 
 TEST(MimeDecoding, ContentLength) {
@@ -277,6 +299,7 @@ TEST(MimePackaging, SeveralPartsWriteTheMultipartLayout) {
     Parts parts(partOf({}, "<m/>"));
     parts->next = partOf({{"Content-Type", "application/octet-stream"}}, "ABC");
     parts->next->next = partOf({}, std::string("a\0b\r\nc\r", 7));
+    parts->next->next->next = newRecord().release();  // no content at all
     const std::string expected =
         "----zov-mime-boundary--\r\n"
         "Content-Type: text/xml; charset=UTF-8\r\n"
@@ -291,8 +314,12 @@ TEST(MimePackaging, SeveralPartsWriteTheMultipartLayout) {
         "\r\n" +
         std::string("a\0b\r\nc\r", 7) +
         "\r\n"
+        "----zov-mime-boundary--\r\n"
+        "\r\n"
+        "\r\n"
         "----zov-mime-boundary----\r\n";
     // Packaging twice gives the same output: the envelope headers are replaced.
+    LogCapture log(1);
     for (int round = 0; round < 2; ++round) {
         Parts out(packageMime(parts.get()));
         ASSERT_NE(out, nullptr);
@@ -300,6 +327,7 @@ TEST(MimePackaging, SeveralPartsWriteTheMultipartLayout) {
                   (HeaderPairs{{"Content-Type", "multipart/mixed; boundary=\"--zov-mime-boundary--\""}}));
         EXPECT_EQ(textOf(out->body), expected);
     }
+    EXPECT_TRUE(log.contains("[addDataToCharBuffer      ] :bufferPointer and data cannot be NULL\n"));
 }
 
 TEST(MimePackaging, RoundTripThroughDecoding) {
