@@ -9,9 +9,10 @@
  * after a padded group is decoded like any other. Characters after the last
  * complete group are checked but produce nothing.
  *
- * Reports go through zovLogger at level 1 with the source file "Base64". No
- * function checks its pointers for NULL; the chain functions' own reports
- * apply to NULL chains.
+ * Reports go through zovLogger at level 1 with the source file "Base64". A
+ * NULL values array, output or input is refused with "bad arguments" and -1
+ * (an empty input, length 0 or less, decodes to 0 bytes whatever the
+ * pointers); NULL chains are read as empty.
  */
 #ifndef ZOVCOMMON_BASE64_H
 #define ZOVCOMMON_BASE64_H

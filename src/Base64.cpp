@@ -183,6 +183,10 @@ extern "C" {
 ZOV_API int convertCharToVal(char c) { return valueOf(c); }
 
 ZOV_API int decodeChunk(const int values[4], int position) {
+    if (values == nullptr) {
+        ZOV_REPORT(1, "bad arguments");
+        return -1;
+    }
     if (position < 0 || position > 2) {
         ZOV_REPORT(1, "decodeChunk: unexpected position input - '%d'\n", position);
         return -1;
@@ -192,10 +196,18 @@ ZOV_API int decodeChunk(const int values[4], int position) {
 
 ZOV_API int base64DecodeN(unsigned char *out, const char *in, int length) {
     if (length <= 0) return 0;
+    if (out == nullptr || in == nullptr) {
+        ZOV_REPORT(1, "bad arguments");
+        return -1;
+    }
     return decode(out, in, static_cast<std::size_t>(length));
 }
 
 ZOV_API int base64Decode(unsigned char *out, const char *in) {
+    if (out == nullptr || in == nullptr) {
+        ZOV_REPORT_AS("base64DecodeN", 1, "bad arguments");
+        return -1;
+    }
     std::size_t length = std::strlen(in);
     int result = base64DecodeN(out, in, length > INT_MAX ? INT_MAX : static_cast<int>(length));
     if (result >= 0) out[result] = '\0';

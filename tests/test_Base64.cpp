@@ -31,6 +31,16 @@ TEST(Base64, CharacterValuesAndChunks) {
     EXPECT_EQ(decodeChunk(high, 3), -1);
     EXPECT_EQ(log.text().rfind("[Base64         ][", 0), 0u);
     EXPECT_TRUE(log.contains("][decodeChunk              ] :decodeChunk: unexpected position input - '3'\n\n"));
+
+    // Missing pointers are refused rather than followed.
+    unsigned char out[8];
+    EXPECT_EQ(decodeChunk(nullptr, 0), -1);
+    EXPECT_EQ(base64DecodeN(nullptr, "TWFu", 4), -1);
+    EXPECT_EQ(base64DecodeN(out, nullptr, 4), -1);
+    EXPECT_EQ(base64Decode(out, nullptr), -1);
+    EXPECT_EQ(base64Decode(nullptr, "TWFu"), -1);
+    EXPECT_TRUE(log.contains("][base64DecodeN            ] :bad arguments\n"));
+    EXPECT_EQ(base64DecodeCharBuffer(nullptr, nullptr), 0);
 }
 
 TEST(Base64, DecodesGroupsAndPads) {
