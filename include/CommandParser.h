@@ -29,6 +29,9 @@
  *                                    is one, else the profile's own text)
  *     assetTagSet                    assetTag elements only, each key + value
  *
+ * The kind of link is not stored as a value: a wired adapter has speed and
+ * duplex set and no wireless profiles, a wireless one the reverse.
+ *
  * Words are compared exactly and case-sensitively; texts are copied into the
  * record's 1024-byte fields, longer ones cut to 1023 characters with the
  * report "truncating charArray = '%s'".

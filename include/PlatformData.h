@@ -12,7 +12,9 @@
  * Every list is singly linked through `next`, ends in NULL and grows at its
  * tail. The fields named agentReserved... and agentContent are the agent's:
  * the library never reads or writes them (apart from zeroing them on
- * allocation and releasing agentOwnedBlock).
+ * allocation and releasing agentOwnedBlock). Their sizes are fixed where the
+ * agent's layout fixes them (2052 bytes after an adapter's gateway, the
+ * agentContent arrays); every other agent slot is one pointer wide.
  *
  * Ownership: a PlatformData owns its seven lists, a list its entries, a
  * NetworkInterfaceStruct its four lists and its agentOwnedBlock, a

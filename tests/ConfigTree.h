@@ -44,20 +44,33 @@ inline void expectReports(const LogCapture &log, const std::vector<Report> &repo
     EXPECT_EQ(at, text.size()) << "unexpected reports:\n" << text.substr(at);
 }
 
-// Adds the elements of an outline below parent: one element per line,
-// indented two blanks per level, "name" (no text) or "name=text".
+// One element of an outline: one element per line, indented two blanks per
+// level, "name" (no text) or "name=text".
+struct OutlineLine {
+    std::size_t depth;
+    std::string name, text;
+    bool hasText;
+};
+
+inline std::vector<OutlineLine> outlineLines(const char *outline) {
+    std::vector<OutlineLine> lines;
+    std::istringstream in(outline);
+    for (std::string line; std::getline(in, line);) {
+        std::size_t indent = line.find_first_not_of(' '), equals = line.find('=');
+        if (indent == std::string::npos) continue;
+        bool hasText = equals != std::string::npos;
+        lines.push_back({indent / 2, line.substr(indent, hasText ? equals - indent : equals),
+                         hasText ? line.substr(equals + 1) : "", hasText});
+    }
+    return lines;
+}
+
+// Adds the elements of an outline below parent.
 inline void addOutline(ZovNode *parent, const char *outline) {
     std::vector<ZovNode *> open{parent};
-    std::istringstream lines(outline);
-    for (std::string line; std::getline(lines, line);) {
-        std::size_t indent = line.find_first_not_of(' ');
-        if (indent == std::string::npos) continue;
-        std::size_t equals = line.find('=');
-        std::string name = line.substr(indent, equals == std::string::npos ? equals : equals - indent);
-        std::string text = equals == std::string::npos ? "" : line.substr(equals + 1);
-        open.resize(indent / 2 + 1);
-        open.push_back(addNewZovSubNode(open.back(), name.c_str(),
-                                        equals == std::string::npos ? nullptr : text.c_str()));
+    for (const OutlineLine &line : outlineLines(outline)) {
+        open.resize(line.depth + 1);
+        open.push_back(addNewZovSubNode(open.back(), line.name.c_str(), line.hasText ? line.text.c_str() : nullptr));
     }
 }
 

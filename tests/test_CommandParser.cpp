@@ -18,19 +18,6 @@ const Report kBadSettings{"parseConfigurationCommand", "bad deviceSettings"};
 
 }  // namespace
 
-TEST(CommandParser, FullConfigurations) {
-    LogCapture log(1);
-    Command wired = commandFrom(kWired);
-    Platform record = parse(wired);
-    expectWiredRecord(record.get());
-    EXPECT_STREQ(findPairKeyValue(record->assetTags, "floor"), "3");
-    EXPECT_EQ(findPairKeyValue(record->assetTags, "desk"), nullptr);
-    EXPECT_EQ(findPairKeyValue(record->assetTags, "Room"), nullptr);
-    EXPECT_EQ(findPairKeyValue(nullptr, "room"), nullptr);
-    expectWirelessRecord(parse(commandFrom(kWireless)).get());
-    EXPECT_EQ(log.text(), "");  // no fault reported
-}
-
 TEST(CommandParser, EmptyOrMissingConfiguration) {
     LogCapture log(3);
     Platform record = parse(commandFrom("deviceConfiguration"));
@@ -61,8 +48,6 @@ TEST(CommandParser, ToleratedVariations) {
          [](auto p, auto) { EXPECT_EQ(p->hostNameType, 1); EXPECT_STREQ(p->hostName, "kiosk-12"); }, {}},
         {"deviceConfiguration\n  deviceSettings\n    hostName\n      dnsReverseLookup\n      dhcpAssigned", {},
          [](auto p, auto) { EXPECT_EQ(p->hostNameType, 3); EXPECT_STREQ(p->locale, ""); }, {}},
-        {"deviceConfiguration\n  deviceSettings\n    hostName\n      dnsReverseLookup", {},
-         [](auto p, auto) { EXPECT_EQ(p->hostNameType, 4); }, {}},
         // Tags without key are dropped; one without value has an empty value.
         {"deviceConfiguration\n  assetTagSet\n    assetTag\n      value=v\n    assetTag\n      key=\n"
          "    assetTag\n      key=k", {},
@@ -71,8 +56,6 @@ TEST(CommandParser, ToleratedVariations) {
              EXPECT_STREQ(p->assetTags->value, "");
          },
          {{"parsePair", "Warning, key empty in parsePair"}, {"parsePair", "Warning, key empty in parsePair"}}},
-        {kWired, [](ZovNode *r) { removeAt(r, "deviceConfiguration/networkAdapterConfigurationSet"); },
-         [](auto p, auto) { EXPECT_EQ(p->networkInterfaces, nullptr); }, {}},
         // Only the first adapter is read; empty texts are texts.
         {kWired,
          [](ZovNode *r) {
@@ -147,15 +130,16 @@ TEST(CommandParser, ToleratedVariations) {
         {kWired, [](ZovNode *r) { setAt(r, SETTINGS "/physicalConnection/wired/speed", "auto");
                                   setAt(r, SETTINGS "/physicalConnection/wired/duplex", "auto"); },
          [](auto, auto a) { EXPECT_EQ(a->speed, 1); EXPECT_EQ(a->duplex, 3); }, {}},
-        {kWired, [](ZovNode *r) { setAt(r, SETTINGS "/physicalConnection/wired/speed", "1000");
-                                  setAt(r, SETTINGS "/physicalConnection/wired/duplex", "half"); },
-         [](auto, auto a) { EXPECT_EQ(a->speed, 1000); EXPECT_EQ(a->duplex, 1); }, {}},
         // wired decides when both kinds are present.
         {kWireless,
          [](ZovNode *r) {
              addOutline(at(r, SETTINGS "/physicalConnection"), "wired\n  speed=10\n  duplex=half");
          },
-         [](auto, auto a) { EXPECT_EQ(a->speed, 10); EXPECT_EQ(a->wirelessProfiles, nullptr); },
+         [](auto, auto a) {
+             EXPECT_EQ(a->speed, 10);
+             EXPECT_EQ(a->duplex, 1);
+             EXPECT_EQ(a->wirelessProfiles, nullptr);
+         },
          {}},
         // wep wins over none; an empty key is a key; without an
         // authentication element the profile's own text holds the word.
@@ -236,7 +220,6 @@ TEST(CommandParser, RejectedCommands) {
         {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/dnsSettings"); },
          {{"parseDnsSettings", "null dnsSettings"}, kBadAdapter}},
         {kWired, setSpeed("1G"), {{"parseWiredSpeedSetting", "bad speed value '1G' found"}, kBadAdapter}},
-        {kWired, setSpeed(" 100"), {{"parseWiredSpeedSetting", "bad speed value ' 100' found"}, kBadAdapter}},
         {kWired, setSpeed(nullptr), {{"parseWiredSpeedSetting", "no speed value found"}, kBadAdapter}},
         {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/physicalConnection/wired/speed"); },
          {{"parseWiredSpeedSetting", "unexpected null speed"}, kBadAdapter}},
