@@ -1,7 +1,8 @@
 // ZovCommon.hpp - header-only C++ conveniences over the C API of libZovCommon.
 //
 //  * std::unique_ptr aliases whose deleters call the matching free function of
-//    every record, chain, tree and list the library hands out;
+//    every record, chain, tree, list, platform-data record and parser context
+//    the library hands out;
 //  * conversions between CharBuffer chains and std::string;
 //  * EnvelopeParser, which parses one XML envelope document and hands every
 //    record over as an owned pointer through std::function callbacks.
@@ -51,6 +52,26 @@ struct PlatformDataDeleter {
         freePlatformData(data);
         std::free(data);
     }
+};
+struct NetworkInterfaceDeleter {
+    void operator()(NetworkInterfaceStruct *adapter) const noexcept { freeNetworkInterfaceStruct(adapter); }
+};
+struct WirelessSettingsDeleter {
+    void operator()(WirelessSettingsStruct *profile) const noexcept { freeWirelessSettingsStruct(profile); }
+};
+struct IpValueDeleter {
+    void operator()(IpValueStruct *list) const noexcept { freeIpValueStruct(list); }
+};
+struct PairDeleter {
+    void operator()(PairStruct *list) const noexcept { freePairStruct(list); }
+};
+struct AddressAssignmentStaticDeleter {
+    void operator()(AddressAssignmentStatic *assignment) const noexcept {
+        freeAddressAssignmentStatic(assignment);
+    }
+};
+struct XmlParserDeleter {
+    void operator()(XmlParserStruct *parser) const noexcept { endXmlParser(parser); }
 };
 struct AllStructsDeleter {
     void operator()(AllZovStructs *all) const noexcept { freeAllZovStructs(all); }
@@ -115,6 +136,13 @@ using MimePtr = std::unique_ptr<MimeStruct, MimeDeleter>;
 using HeaderListPtr = std::unique_ptr<HttpHeader, HeaderListDeleter>;
 using ServerListPtr = std::unique_ptr<ServerList, ServerListDeleter>;
 using PlatformDataPtr = std::unique_ptr<PlatformData, PlatformDataDeleter>;
+// One adapter or one profile (the ones after it stay); whole address and pair lists.
+using NetworkInterfacePtr = std::unique_ptr<NetworkInterfaceStruct, NetworkInterfaceDeleter>;
+using WirelessSettingsPtr = std::unique_ptr<WirelessSettingsStruct, WirelessSettingsDeleter>;
+using IpValuePtr = std::unique_ptr<IpValueStruct, IpValueDeleter>;
+using PairPtr = std::unique_ptr<PairStruct, PairDeleter>;
+using AddressAssignmentStaticPtr = std::unique_ptr<AddressAssignmentStatic, AddressAssignmentStaticDeleter>;
+using XmlParserPtr = std::unique_ptr<XmlParserStruct, XmlParserDeleter>;
 using AllStructsPtr = std::unique_ptr<AllZovStructs, AllStructsDeleter>;
 using CommandPtr = std::unique_ptr<ZovCommandStruct, CommandDeleter>;
 using ResultPtr = std::unique_ptr<ZovResultStruct, ResultDeleter>;
@@ -194,7 +222,7 @@ public:
 private:
     template <typename Parse>
     bool run(Parse &&parseDocument) {
-        std::unique_ptr<XmlParserStruct, void (*)(XmlParserStruct *)> parser(initXmlParser(), endXmlParser);
+        XmlParserPtr parser(initXmlParser());
         if (!parser) return false;
         chains_.clear();
         failure_ = nullptr;
@@ -207,14 +235,10 @@ private:
         current_ = parser.get();
         int status = parseDocument(parser.get());
         current_ = nullptr;
+        // The chains handed to us are released on every way out from here.
+        std::vector<ParsedCommandPtr> chains = std::exchange(chains_, {});
         deviceGuid_ = parser->deviceGuid ? parser->deviceGuid : "";
         parser.reset();
-
-        // The chains were handed to us; own them before anything can throw.
-        std::vector<ParsedCommandPtr> chains;
-        chains.reserve(chains_.size());
-        for (ZovCommandStruct *head : chains_) chains.emplace_back(head);
-        chains_.clear();
         if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
         for (ParsedCommandPtr &chain : chains)
             if (onCommandChain) onCommandChain(std::move(chain));
@@ -235,9 +259,9 @@ private:
         auto *me = static_cast<EnvelopeParser *>(self);
         // The record belongs to the chain that is open right now.
         ZovCommandStruct *head = me->current_ ? me->current_->commandList : record;
-        if (me->chains_.empty() || me->chains_.back() != head) {
+        if (me->chains_.empty() || me->chains_.back().get() != head) {
             try {
-                me->chains_.push_back(head);
+                me->chains_.emplace_back(head);
             } catch (...) {
                 if (!me->failure_) me->failure_ = std::current_exception();
             }
@@ -272,7 +296,7 @@ private:
     }
 
     XmlParserStruct *current_ = nullptr;
-    std::vector<ZovCommandStruct *> chains_;
+    std::vector<ParsedCommandPtr> chains_;  // every chain handed over while parsing
     std::exception_ptr failure_;
     std::string deviceGuid_;
 };

@@ -3,6 +3,7 @@
 // AddressSanitizer's leak detection).
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,6 +26,12 @@ const char *kDocument =
     "<noCommands/>"
     "<dialog><dialogGuid>d1</dialogGuid><text>hi</text></dialog>"
     "</zovMessage>";
+
+// A zeroed record as the library allocates them.
+template <typename Record>
+Record *zeroed() {
+    return static_cast<Record *>(std::calloc(1, sizeof(Record)));
+}
 
 }  // namespace
 
@@ -53,6 +60,19 @@ TEST(ZovCommonHpp, ChainsAndStrings) {
     headers.reset(head);
     zov::AllStructsPtr all(newAllZovStructs());
     all->resultStruct = newZovResultStruct();
+
+    // Detached platform-data records: one adapter or profile, whole lists.
+    zov::NetworkInterfacePtr adapter(zeroed<NetworkInterfaceStruct>());
+    addDnsServer(adapter.get());
+    adapter->wirelessProfiles = zeroed<WirelessSettingsStruct>();
+    zov::WirelessSettingsPtr profile(zeroed<WirelessSettingsStruct>());
+    zov::IpValuePtr addresses(zeroed<IpValueStruct>());
+    addresses->next = zeroed<IpValueStruct>();
+    zov::PairPtr pairs(zeroed<PairStruct>());
+    zov::AddressAssignmentStaticPtr assignment(zeroed<AddressAssignmentStatic>());
+    assignment->gateways = zeroed<IpValueStruct>();
+    zov::XmlParserPtr context(initXmlParser());
+    EXPECT_TRUE(context);
 }
 
 TEST(ZovCommonHpp, ParserHandsOverEveryRecord) {
@@ -98,4 +118,30 @@ TEST(ZovCommonHpp, AThrowingHandlerLeaksNothing) {
     parser.onResult = [&](zov::ParsedResultPtr) { ++results; };
     EXPECT_THROW(parser.parse(std::string_view(kDocument)), std::runtime_error);
     EXPECT_EQ(results, 0);  // nothing more is handed over after a failure
+}
+
+TEST(ZovCommonHpp, CutOffDocumentsHandOverOpenChains) {
+    // The chain's second record is still open when the document stops; the
+    // result envelope and the lone guid-only command are the parser's to release.
+    const char *cut[] = {
+        "<zovMessage><commandSet>"
+        "<commandEnvelope><commandGuid>g1</commandGuid><reboot/></commandEnvelope>"
+        "<commandEnvelope><commandGuid>g2</commandGuid><ping><x>1",
+        "<zovMessage><commandSet><commandEnvelope><commandGuid>g1</commandGuid></commandEnvelope>"
+        "</commandSet><resultEnvelope><eventGuid>r1</eventGuid>",
+    };
+    std::vector<std::size_t> lengths;
+    for (const char *document : cut) {
+        zov::EnvelopeParser parser;
+        int results = 0;
+        parser.onResult = [&](zov::ParsedResultPtr) { ++results; };
+        parser.onCommandChain = [&](zov::ParsedCommandPtr chain) {
+            std::size_t n = 0;
+            for (ZovCommandStruct *c = chain.get(); c; c = c->next) ++n;
+            lengths.push_back(n);
+        };
+        EXPECT_TRUE(parser.parse(std::string_view(document)));
+        EXPECT_EQ(results, 0);
+    }
+    EXPECT_EQ(lengths, std::vector<std::size_t>{2});
 }

@@ -85,6 +85,39 @@ cmp -s "$work/image.raw" "$work/pieces.back" && ok || fail "split image round tr
 expect_status 0 "estimate" "$tool" estimate "$work/image.raw"
 grep -q "bytes compressed at level 6" "$work/out" && ok || fail "estimate output"
 
+# The logger options work before or after the command.
+expect_status 0 "logger options after the command" \
+  "$tool" inspect --log-level 3 --log-file "$work/tool.log" "$examples/result.http"
+grep -q "not a MIME message" "$work/tool.log" && ok || fail "level-3 report in the log file"
+
+# Hostile captures: deep nesting is printed cut (the stack stays small), junk is
+# refused or shows nothing, and a huge Content-Length never reads past the body.
+python3 - "$work" <<'PY'
+import random, sys
+work = sys.argv[1]
+def capture(name, body):
+    head = b"HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: %d\r\n\r\n" % len(body)
+    open(f"{work}/{name}", "wb").write(head + body)
+n = 200000
+capture("deep.http", b"<m><dialog><x>" + b"<a>" * n + b"</a>" * n + b"</x></dialog></m>")
+capture("junk-body.http", random.Random(8).randbytes(100000))
+open(f"{work}/junk.http", "wb").write(random.Random(9).randbytes(100000))
+PY
+for mode in "" --json; do
+  expect_status 0 "deeply nested $mode" "$tool" inspect $mode "$work/deep.http"
+  [ "$(wc -c <"$work/out")" -lt 200000 ] && grep -q -E '\.\.\.|"truncated": true' "$work/out" && ok ||
+    fail "deeply nested $mode: tree not cut"
+done
+expect_status 0 "binary body" "$tool" inspect --json "$work/junk-body.http"
+expect_status 1 "binary capture" "$tool" inspect "$work/junk.http"
+printf 'HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999\r\n\r\n<a/>' >"$work/huge.http"
+expect_status 1 "huge Content-Length" "$tool" inspect "$work/huge.http"
+# A repeated header updates the first one in place, as the library's list does.
+printf 'Content-Length: 999\r\nContent-Type: text/xml\r\n  Content-Length:  4\r\n\r\n<a/>' >"$work/twice.http"
+expect_status 0 "repeated header" "$tool" inspect --json "$work/twice.http"
+python3 -c "import json,sys; h=json.load(open(sys.argv[1]))['headers']
+assert [x['value'] for x in h] == ['4', 'text/xml'], h" "$work/out" && ok || fail "repeated header list"
+
 # Exit statuses: refused input 1, usage 2.
 expect_status 1 "missing capture" "$tool" inspect "$work/nonexistent"
 printf 'HTTP/1.1 500 Internal Server Error\r\nContent-Length: 0\r\n\r\n' >"$work/500.http"
@@ -99,6 +132,7 @@ expect_status 1 "unreadable source" "$tool" compress "$work/nonexistent" "$work/
 expect_status 2 "no command" "$tool"
 expect_status 2 "unknown option" "$tool" inspect --bogus "$examples/result.http"
 expect_status 2 "decompress without a destination" "$tool" decompress "$work/image.gz"
+expect_status 2 "bad level" "$tool" compress --level 10 "$work/image.raw" "$work/x.gz"
 expect_status 0 "help" "$tool" inspect --help
 
 echo "zovtool: $passed passed, $failed failed"

@@ -17,6 +17,24 @@ bool nextLine(std::string_view text, std::size_t &pos, std::string_view &line) {
     return true;
 }
 
+// A line for an error message: at most 60 bytes, anything unprintable as \xNN.
+std::string printable(std::string_view line) {
+    static constexpr std::size_t kShown = 60;
+    std::string out;
+    for (unsigned char c : line.substr(0, kShown)) {
+        if (c >= 0x20 && c < 0x7f) {
+            out += static_cast<char>(c);
+        } else {
+            static constexpr char kHex[] = "0123456789abcdef";
+            out += "\\x";
+            out += kHex[c >> 4];
+            out += kHex[c & 15];
+        }
+    }
+    if (line.size() > kShown) out += "...";
+    return out;
+}
+
 }  // namespace
 
 Capture parseCapture(std::string_view raw) {
@@ -34,7 +52,7 @@ Capture parseCapture(std::string_view raw) {
         } else {
             std::size_t colon = line.find(':');
             if (colon == std::string_view::npos)
-                throw Refused("not a header line: '" + std::string(line) + "'");
+                throw Refused("not a header line: '" + printable(line) + "'");
             capture.headers.emplace_back(std::string(line.substr(0, colon)),
                                          std::string(line.substr(colon + 1)));
         }

@@ -53,7 +53,10 @@ public:
           start_(Clock::now()) {
         active = this;
     }
-    ~Progress() { active = nullptr; }
+    ~Progress() {
+        active = nullptr;
+        if (barShown_) std::fputc('\n', stderr);  // a failure follows on a line of its own
+    }
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
@@ -71,7 +74,8 @@ public:
 
     void finish() {
         update(true);
-        if (tty_) std::fputc('\n', stderr);
+        if (barShown_) std::fputc('\n', stderr);
+        barShown_ = false;
     }
 
 private:
@@ -89,6 +93,7 @@ private:
         if (tty_) {
             if (!final && now - lastDraw_ < std::chrono::milliseconds(100)) return;
             lastDraw_ = now;
+            barShown_ = true;
             double rate = seconds > 0 ? static_cast<double>(done) / 1e6 / seconds : 0.0;
             double left = fraction > 0 ? seconds * (1 - fraction) / fraction : 0.0;
             int filled = static_cast<int>(fraction * 30);
@@ -114,6 +119,7 @@ private:
     Clock::time_point start_;
     Clock::time_point lastDraw_{};
     int lastTenth_ = -1;
+    bool barShown_ = false;  // the bar's line has not been ended yet
 };
 
 bool atEnd(FILE *file) {
@@ -136,7 +142,6 @@ void closeOutput(File &file, const std::string &path) {
 }  // namespace
 
 int compress(const CompressOptions &options) {
-    if (options.level < -1 || options.level > 9) throw Refused("the level must be -1 to 9");
     File in = openFile(options.source, "rb");
     long long size = sizeOf(in.get());
     CompressionProgress record{};

@@ -2,11 +2,12 @@
 // it, printed as text or as JSON. Both renderings come from one JSON model.
 #include <sys/stat.h>
 
-#include <cstdio>
-#include <fstream>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <nlohmann/json.hpp>
-#include <sstream>
+#include <unordered_map>
 
 #include "Capture.h"
 #include "Logging.h"
@@ -151,6 +152,34 @@ Json attachmentsJson(const MimeStruct *parts, const std::string &saveDir) {
     return out;
 }
 
+// The capture's headers as httpPayloadAddHeader builds the list (a repeated
+// name updates the first header in place), in linear time: adding each one
+// through the whole list would take quadratic time on a hostile capture.
+zov::HeaderListPtr headerList(const Capture &capture) {
+    zov::HeaderListPtr list;
+    HttpHeader *tail = nullptr;
+    std::unordered_map<std::string, HttpHeader *> byName;
+    for (const auto &[name, value] : capture.headers) {
+        HttpHeader *single = nullptr;  // the library's trimming and cutting
+        if (httpPayloadAddHeader(&single, name.c_str(), value.c_str()) != 0) throw std::bad_alloc();
+        zov::HeaderListPtr added(single);
+        auto [known, isNew] = byName.try_emplace(single->name, single);
+        if (!isNew) {
+            HttpHeader *first = known->second;
+            if (httpPayloadAddHeader(&first, name.c_str(), value.c_str()) != 0) throw std::bad_alloc();
+            continue;
+        }
+        added.release();
+        if (tail != nullptr) {
+            tail->next = single;
+        } else {
+            list.reset(single);
+        }
+        tail = single;
+    }
+    return list;
+}
+
 // Reads "Content-Length" as the library does (leading blanks, sign, digits).
 long long declaredLength(const HttpHeader *headers) {
     const char *value = httpPayloadGetHeader(const_cast<HttpHeader *>(headers), "Content-Length");
@@ -164,13 +193,7 @@ Json inspectCapture(const Capture &capture, const InspectOptions &options) {
     if (capture.statusLine && checkResponseFirstLine(capture.statusLine->c_str()) != 0)
         throw Refused("the server did not answer 200 OK: '" + *capture.statusLine + "'");
 
-    zov::HeaderListPtr headers;
-    for (const auto &[name, value] : capture.headers) {
-        HttpHeader *head = headers.release();
-        int status = httpPayloadAddHeader(&head, name.c_str(), value.c_str());
-        headers.reset(head);
-        if (status != 0) throw std::bad_alloc();
-    }
+    zov::HeaderListPtr headers = headerList(capture);
     doc["headers"] = headersJson(headers.get());
     if (declaredLength(headers.get()) > static_cast<long long>(capture.body.size()))
         throw Refused("Content-Length exceeds the " + std::to_string(capture.body.size()) +

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <limits>
 #include <new>
 
 #include "Logging.h"
@@ -37,6 +38,9 @@ int main(int argc, char **argv) {
     using namespace zovtool;
     CLI::App app{"zovtool: inspect server responses, package agent messages, and handle disk images"};
     app.require_subcommand(1);
+    app.fallthrough();  // the logger options may also follow the command
+    app.footer("Every command also takes --log-level N and --log-file PATH.\n"
+               "Exit status: 0 success, 1 refused input (reason on stderr), 2 usage error.");
     LoggerSettings logger;
     app.add_option("--log-level", logger.level, "Library log level: 0 silent, 1 errors, 2 notable facts, 3 trace")
         ->capture_default_str();
@@ -63,11 +67,12 @@ int main(int argc, char **argv) {
     compressCommand->add_option("SRC", compressOptions.source, "File or device to read")->required();
     compressCommand->add_option("DEST", compressOptions.destination, "Image to write")->required();
     compressCommand->add_option("--level", compressOptions.level, "Compression level, -1 to 9")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->check(CLI::Range(-1, 9));
     compressCommand->add_option("--split", compressOptions.split,
                                 "Write pieces DEST.000, DEST.001, ... of this many input bytes each (rounded up "
                                 "to whole 32768-byte reads)")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(1LL, std::numeric_limits<long long>::max()));
 
     DecompressOptions decompressOptions;
     CLI::App *decompressCommand =

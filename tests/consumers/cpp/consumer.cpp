@@ -1,14 +1,22 @@
-// A C++ program built against the installed library through find_package.
-#include <ZovCommon.h>
+// A C++ program built against the installed library through find_package,
+// with the installed C++ convenience header.
+#include <ZovCommon.hpp>
 
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 int main() {
-    ZovNode *root = newZovNode("Command", nullptr);
-    addNewZovSubNode(root, "hostName", "device-17");
-    const char *host = getSubNodeContentByName(root, "hostName");
-    std::printf("C++ consumer: %s\n", host ? host : "(null)");
-    bool ok = host != nullptr;
-    freeZovNode(root);
-    return ok ? 0 : 1;
+    zov::NodePtr root(newZovNode("Command", nullptr));
+    addNewZovSubNode(root.get(), "hostName", "device-17");
+    const char *host = getSubNodeContentByName(root.get(), "hostName");
+
+    std::string guid;
+    zov::EnvelopeParser parser;
+    parser.onResult = [&](zov::ParsedResultPtr result) { guid = result->guid ? result->guid : ""; };
+    bool parsed = parser.parse(std::string_view(
+        "<zovMessage><resultEnvelope><eventGuid>installed</eventGuid><success/></resultEnvelope></zovMessage>"));
+
+    std::printf("C++ consumer: %s, %s\n", host ? host : "(null)", guid.c_str());
+    return host != nullptr && parsed && guid == "installed" ? 0 : 1;
 }
