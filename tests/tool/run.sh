@@ -117,6 +117,10 @@ printf 'Content-Length: 999\r\nContent-Type: text/xml\r\n  Content-Length:  4\r\
 expect_status 0 "repeated header" "$tool" inspect --json "$work/twice.http"
 python3 -c "import json,sys; h=json.load(open(sys.argv[1]))['headers']
 assert [x['value'] for x in h] == ['4', 'text/xml'], h" "$work/out" && ok || fail "repeated header list"
+# An interim 100 Continue answer ahead of the response, as curl -i saves it.
+{ printf 'HTTP/1.1 100 Continue\r\n\r\n'; cat "$examples/result.http"; } >"$work/continue.http"
+expect_status 0 "interim answer" "$tool" inspect "$work/continue.http"
+grep -q 'status: "HTTP/1.1 200 OK"' "$work/out" && ok || fail "interim answer skipped"
 
 # Exit statuses: refused input 1, usage 2.
 expect_status 1 "missing capture" "$tool" inspect "$work/nonexistent"

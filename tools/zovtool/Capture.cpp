@@ -35,12 +35,27 @@ std::string printable(std::string_view line) {
     return out;
 }
 
+// An interim "HTTP/x 1xx" answer (100 Continue) that curl -i saves ahead of
+// the real response: its lines up to the empty line.
+bool interimResponse(std::string_view line) {
+    std::size_t blank = line.find(' ');
+    return line.substr(0, 5) == "HTTP/" && blank != std::string_view::npos && line.size() > blank + 1 &&
+           line[blank + 1] == '1';
+}
+
 }  // namespace
 
 Capture parseCapture(std::string_view raw) {
     Capture capture;
     std::size_t pos = 0;
     std::string_view line;
+    // Interim answers come first in some captures: each is skipped through its
+    // empty line, and the response after them is read.
+    for (std::size_t next = pos; nextLine(raw, next, line) && interimResponse(line);) {
+        while (nextLine(raw, next, line) && !line.empty()) {
+        }
+        pos = next;
+    }
     bool first = true;
     while (nextLine(raw, pos, line)) {
         if (line.empty()) {
