@@ -4,7 +4,7 @@
 
 #include <cstdio>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
 
 #include <unistd.h>
@@ -15,8 +15,7 @@ class LogCapture {
 public:
     explicit LogCapture(int level = 3) : savedLevel_(zovLoggerGetLogLevel()) {
         char path[] = "/tmp/zovlogXXXXXX";
-        int fd = mkstemp(path);
-        if (fd >= 0) close(fd);
+        if (int fd = mkstemp(path); fd >= 0) close(fd);
         path_ = path;
         zovLoggerSetLogFileName(path_.c_str());
         zovLoggerSetLogToFile(1);
@@ -27,21 +26,13 @@ public:
         zovLoggerSetLogLevel(savedLevel_);
         std::remove(path_.c_str());
     }
-    LogCapture(const LogCapture &) = delete;
-    LogCapture &operator=(const LogCapture &) = delete;
 
     const std::string &path() const { return path_; }
-
-    // Everything logged so far.
-    std::string text() const {
+    std::string text() const {  // everything logged so far
         std::ifstream in(path_, std::ios::binary);
-        std::stringstream all;
-        all << in.rdbuf();
-        return all.str();
+        return {std::istreambuf_iterator<char>(in), {}};
     }
-
     bool contains(const std::string &needle) const { return text().find(needle) != std::string::npos; }
-
     void clear() const { std::ofstream(path_, std::ios::trunc); }
 
 private:

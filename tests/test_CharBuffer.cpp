@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -10,13 +14,10 @@
 
 namespace {
 
-struct ChainDeleter {
-    void operator()(CharBuffer *chain) const { freeAllCharBuffers(chain); }
-};
-using Chain = std::unique_ptr<CharBuffer, ChainDeleter>;
+using Chain = std::unique_ptr<CharBuffer, decltype(&freeAllCharBuffers)>;
 
 Chain chainOf(const std::string &text) {
-    Chain chain(createCharBuffer());
+    Chain chain(createCharBuffer(), freeAllCharBuffers);
     addDataToCharBuffer(chain.get(), text.data(), static_cast<int>(text.size()));
     return chain;
 }
@@ -27,15 +28,19 @@ std::vector<int> linkLengths(const CharBuffer *chain) {
     return lengths;
 }
 
+// A string handed out by the chain functions, freed ("<null>" for NULL).
 std::string takeString(char *text) {
     std::string copy = text ? text : "<null>";
     std::free(text);
     return copy;
 }
 
+std::string textOf(CharBuffer *chain) { return takeString(charBufferToChar(chain)); }
+
+// a to z, repeated: a misplaced byte shows.
 std::string patterned(std::size_t size) {
-    std::string text(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) text[i] = static_cast<char>('a' + i % 26);
+    std::string text;
+    while (text.size() < size) text += static_cast<char>('a' + text.size() % 26);
     return text;
 }
 
@@ -45,42 +50,45 @@ TEST(CharBuffer, AppendFillsLinksToTheirCapacity) {
     Chain chain = chainOf(patterned(2500));
     EXPECT_EQ(linkLengths(chain.get()), (std::vector<int>{1000, 1000, 500}));
     EXPECT_EQ(getTotalBufferLength(chain.get()), 2500);
-    EXPECT_EQ(findLastCharBuffer(chain.get())->length, 500);
+    EXPECT_EQ(findLastCharBuffer(chain.get()), chain->next->next);
 
     Chain exact = chainOf(std::string(1000, 'x'));
     EXPECT_EQ(linkLengths(exact.get()), (std::vector<int>{1000}));
     addDataToCharBuffer(exact.get(), "y", 1);
     EXPECT_EQ(linkLengths(exact.get()), (std::vector<int>{1000, 1}));
-    EXPECT_EQ(takeString(charBufferToChar(exact.get())), std::string(1000, 'x') + "y");
+    EXPECT_EQ(textOf(exact.get()), std::string(1000, 'x') + "y");
+
+    char *data = nullptr;
+    int length = -1;
+    EXPECT_EQ(getBufferContent(exact.get(), &data, &length), exact->next);
+    EXPECT_EQ(getBufferContent(nullptr, &data, &length), nullptr);  // leaves the out-arguments alone
+    EXPECT_TRUE(data == exact->data && length == 1000);
 }
 
-TEST(CharBuffer, AppendArguments) {
+TEST(CharBuffer, BadArgumentsAndOddLinks) {
     LogCapture log(1);
-    Chain chain(createCharBuffer());
-    EXPECT_EQ(addDataToCharBuffer(chain.get(), "abc", 0), 0);
-    EXPECT_EQ(addDataToCharBuffer(chain.get(), "abc", -5), 0);
-    EXPECT_EQ(chain->length, 0);
+    Chain chain = chainOf("");
+    EXPECT_TRUE(addDataToCharBuffer(chain.get(), "abc", 0) == 0 && addDataToCharBuffer(chain.get(), "abc", -5) == 0);
     EXPECT_EQ(log.text(), "");
     EXPECT_EQ(addDataToCharBuffer(chain.get(), nullptr, 0), -1);
     EXPECT_EQ(addDataToCharBuffer(nullptr, "abc", 3), -1);
-    EXPECT_TRUE(log.contains("[addDataToCharBuffer      ] :bufferPointer and data cannot be NULL\n"));
-    EXPECT_TRUE(log.contains("[CharBuffer     ]"));
-    EXPECT_EQ(getTotalBufferLength(nullptr), 0);
-    EXPECT_EQ(findLastCharBuffer(nullptr), nullptr);
-    EXPECT_EQ(freeAllCharBuffers(nullptr), 0);
-}
+    addCharBufferToCharBuffer(chain.get(), nullptr);
+    addCharBufferToCharBuffer(nullptr, chain.get());
+    EXPECT_TRUE(std::regex_match(log.text(), std::regex(R"((\[CharBuffer     \]\[\d+ *\]\[addDataToCharBuffer      \] )"
+                                                         R"(:bufferPointer and data cannot be NULL\n){4})")));
+    EXPECT_TRUE(getTotalBufferLength(nullptr) == 0 && findLastCharBuffer(nullptr) == nullptr &&
+                charBufferToChar(nullptr) == nullptr && charBufferCopy(nullptr) == nullptr);
+    int position = -1;
+    EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
+    EXPECT_EQ(getCharBufferLine(chain.get(), nullptr), nullptr);
 
-TEST(CharBuffer, LinkIteration) {
-    Chain chain = chainOf(patterned(1200));
-    char *data = nullptr;
-    int length = -1;
-    CharBuffer *next = getBufferContent(chain.get(), &data, &length);
-    EXPECT_EQ(data, chain->data);
-    EXPECT_EQ(length, 1000);
-    EXPECT_EQ(getBufferContent(next, &data, &length), nullptr);
-    EXPECT_EQ(length, 200);
-    EXPECT_EQ(getBufferContent(nullptr, &data, &length), nullptr);
-    EXPECT_EQ(length, 200);
+    // A hand-built chain: lengths outside 0..1000 are read as what fits.
+    chain->length = -20;
+    chain->next = createCharBuffer();
+    chain->next->length = 5000;
+    std::memset(chain->next->data, 'z', CHAR_BUFFER_SIZE);
+    EXPECT_EQ(getTotalBufferLength(chain.get()), 1000);
+    EXPECT_EQ(textOf(chain.get()), std::string(1000, 'z'));
 }
 
 TEST(CharBuffer, GetDataAcrossLinksAndOffsets) {
@@ -88,168 +96,82 @@ TEST(CharBuffer, GetDataAcrossLinksAndOffsets) {
     std::string text = patterned(2500);
     Chain chain = chainOf(text);
     std::vector<char> dest(3000, '#');
-    EXPECT_EQ(getDataFromCharBuffer(chain.get(), dest.data(), 1500, 900), 1500u);
-    EXPECT_EQ(std::string(dest.data(), 1500), text.substr(900, 1500));
+    const std::size_t reads[][3] = {{1500, 900, 1500}, {10, 1000, 10}, {100, 2495, 5}, {10, 2500, 0}};
+    for (auto [maxLength, start, copied] : reads) {
+        EXPECT_EQ(getDataFromCharBuffer(chain.get(), dest.data(), maxLength, start), copied);
+        EXPECT_EQ(std::string(dest.data(), copied), text.substr(start, copied));
+    }
     EXPECT_EQ(dest[1500], '#');  // no terminator
-
-    EXPECT_EQ(getDataFromCharBuffer(chain.get(), dest.data(), 10, 1000), 10u);
-    EXPECT_EQ(std::string(dest.data(), 10), text.substr(1000, 10));
-    EXPECT_EQ(getDataFromCharBuffer(chain.get(), dest.data(), 100, 2495), 5u);
-
-    EXPECT_EQ(getDataFromCharBuffer(chain.get(), dest.data(), 10, 2500), 0u);
     EXPECT_EQ(log.text(), "");
-    dest[0] = '#';
-    EXPECT_EQ(getDataFromCharBuffer(chain.get(), dest.data(), 10, 2501), 0u);
-    EXPECT_EQ(dest[0], '#');
-    EXPECT_TRUE(log.contains("Reached last charBuffer before startingCharacter found"));
 
-    Chain empty(createCharBuffer());
-    EXPECT_EQ(getDataFromCharBuffer(empty.get(), dest.data(), 10, 0), 0u);
+    EXPECT_EQ(getDataFromCharBuffer(chain.get(), dest.data(), 10, 2501), 0u);
+    EXPECT_EQ(dest[0], text[2495]);  // untouched
+    EXPECT_TRUE(log.contains("[getDataFromCharBuffer    ] :Reached last charBuffer before startingCharacter found\n"));
+    EXPECT_EQ(getDataFromCharBuffer(chainOf("").get(), dest.data(), 10, 0), 0u);
     EXPECT_EQ(dest[0], '\0');
 }
 
 TEST(CharBuffer, LinesDropCarriageReturnsAndKeepNewlines) {
-    Chain chain = chainOf(std::string("ab\r\ncd", 6));
-    int position = 0;
-    EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), "ab\n");
-    EXPECT_EQ(position, 4);
-    EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), "cd");
-    EXPECT_EQ(position, 6);
-    EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
-
-    Chain trailing = chainOf("x\n\ny\n");
-    position = 0;
-    EXPECT_EQ(takeString(getCharBufferLine(trailing.get(), &position)), "x\n");
-    EXPECT_EQ(takeString(getCharBufferLine(trailing.get(), &position)), "\n");
-    EXPECT_EQ(takeString(getCharBufferLine(trailing.get(), &position)), "y\n");
-    EXPECT_EQ(getCharBufferLine(trailing.get(), &position), nullptr);
-
-    Chain empty(createCharBuffer());
-    position = 0;
-    EXPECT_EQ(getCharBufferLine(empty.get(), &position), nullptr);
-    position = -1;
-    EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
-    EXPECT_EQ(getCharBufferLine(chain.get(), nullptr), nullptr);
+    // Each text is read line by line from offset 0 to its end; the long line crosses links.
+    std::string longLine = patterned(5000), head(995, 'p');
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {"ab\r\ncd", {"ab\n", "cd"}}, {"x\n\ny\n", {"x\n", "\n", "y\n"}}, {"", {}},
+        {head + "\n" + longLine + "\r\nend", {head + "\n", longLine + "\n", "end"}}};
+    for (const auto &[text, lines] : cases) {
+        Chain chain = chainOf(text);
+        int position = 0;
+        for (const std::string &line : lines) EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), line);
+        EXPECT_EQ(position, static_cast<int>(text.size()));
+        EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
+    }
 }
 
-TEST(CharBuffer, LongLinesAcrossLinksAreReturnedWhole) {
-    std::string line = patterned(5000);
-    Chain chain = chainOf(std::string(995, 'p') + "\n" + line + "\r\nend");
-    int position = 996;
-    EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), line + "\n");
-    EXPECT_EQ(position, 996 + 5002);
-    EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), "end");
-}
-
-TEST(CharBuffer, WholeTextAndJoins) {
-    Chain empty(createCharBuffer());
-    EXPECT_EQ(takeString(charBufferToChar(empty.get())), "");
-    EXPECT_EQ(charBufferToChar(nullptr), nullptr);
-
+TEST(CharBuffer, WholeTextJoinsAndCopies) {
+    EXPECT_EQ(textOf(chainOf("").get()), "");
     std::string text = patterned(1999);
-    Chain dest = chainOf("head:");
-    Chain src = chainOf(text);
+    Chain dest = chainOf("head:"), src = chainOf(text);
     addCharBufferToCharBuffer(dest.get(), src.get());
-    EXPECT_EQ(takeString(charBufferToChar(dest.get())), "head:" + text);
-    EXPECT_EQ(getTotalBufferLength(src.get()), 1999);
+    EXPECT_EQ(textOf(dest.get()), "head:" + text);
     EXPECT_EQ(linkLengths(dest.get()), (std::vector<int>{1000, 1000, 4}));
+    addCharBufferToCharBuffer(src.get(), src.get());  // joined to itself: copied once
+    EXPECT_EQ(textOf(src.get()), text + text);
 
-    addCharBufferToCharBuffer(src.get(), src.get());
-    EXPECT_EQ(takeString(charBufferToChar(src.get())), text + text);
+    Chain copy(charBufferCopy(src.get()), freeAllCharBuffers);
+    EXPECT_EQ(linkLengths(copy.get()), linkLengths(src.get()));
+    EXPECT_EQ(textOf(copy.get()), text + text);
+    // Each link is copied as a string: its bytes from the first NUL on are zero.
+    Chain withNul(charBufferCopy(chainOf(std::string("a\0b", 3)).get()), freeAllCharBuffers);
+    EXPECT_EQ(withNul->length, 3);
+    EXPECT_EQ(std::string(withNul->data, 3), std::string("a\0\0", 3));
 
-    LogCapture log(1);
-    addCharBufferToCharBuffer(dest.get(), nullptr);
-    EXPECT_TRUE(log.contains("bufferPointer and data cannot be NULL"));
+    char lines[] = "a\r\nb\nc\r";
+    EXPECT_EQ(removeNewLines(lines), lines);
+    EXPECT_STREQ(lines, "abc");
 }
 
-TEST(CharBuffer, CopyTreatsEachLinkAsAString) {
-    Chain chain = chainOf(std::string("a\0b", 3));
-    Chain copy(charBufferCopy(chain.get()));
-    ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(copy->length, 3);
-    EXPECT_EQ(std::string(copy->data, 3), std::string("a\0\0", 3));
-
-    std::string text = patterned(2345);
-    Chain big = chainOf(text);
-    Chain bigCopy(charBufferCopy(big.get()));
-    EXPECT_EQ(linkLengths(bigCopy.get()), linkLengths(big.get()));
-    EXPECT_EQ(takeString(charBufferToChar(bigCopy.get())), text);
-    EXPECT_EQ(charBufferCopy(nullptr), nullptr);
-}
-
-TEST(CharBuffer, RemoveNewLinesAndStringTrim) {
-    char text[] = "a\r\nb\nc\r";
-    EXPECT_EQ(removeNewLines(text), text);
-    EXPECT_STREQ(text, "abc");
-
-    char dest[80];
-    stringTrim("  ab", dest, sizeof dest);
-    EXPECT_STREQ(dest, "ab");
-    stringTrim("\tab", dest, sizeof dest);
-    EXPECT_STREQ(dest, "\tab");
-    stringTrim("   ", dest, sizeof dest);
-    EXPECT_STREQ(dest, "");
-    stringTrim("ab  ", dest, sizeof dest);
-    EXPECT_STREQ(dest, "ab  ");
-    char small[4] = {'#', '#', '#', '#'};
-    stringTrim(" abcdef", small, sizeof small);
-    EXPECT_STREQ(small, "abc");
-}
-
-TEST(ChainInternals, AppenderAndReaderMatchThePublicFunctions) {
+TEST(ChainInternals, AppenderAndReaderKeepTheirPlace) {
     // Pieces of awkward sizes, lines of every length, CRs everywhere.
     std::string text;
-    for (int i = 0; i < 400; ++i) text += std::string(static_cast<std::size_t>(i * 7 % 1300), 'a' + i % 26) + (i % 3 ? "\r\n" : "\n");
+    for (int i = 0; i < 400; ++i) text += std::string(i * 7 % 1300, 'a' + i % 26) + (i % 3 ? "\r\n" : "\n");
     text += "tail\rend";
-
-    Chain viaPublic(createCharBuffer());
-    Chain viaAppender(createCharBuffer());
-    zov::ChainAppender appender(viaAppender.get());
-    for (std::size_t at = 0; at < text.size(); at += 37) {
-        std::size_t n = std::min<std::size_t>(37, text.size() - at);
-        addDataToCharBuffer(viaPublic.get(), text.data() + at, static_cast<int>(n));
-        ASSERT_TRUE(appender.append(text.data() + at, n));
-    }
-    EXPECT_EQ(linkLengths(viaAppender.get()), linkLengths(viaPublic.get()));
-    EXPECT_EQ(takeString(charBufferToChar(viaAppender.get())), text);
-
-    zov::ChainReader reader(viaAppender.get());
-    int position = 0;
-    std::string line;
-    while (true) {
-        char *expected = getCharBufferLine(viaPublic.get(), &position);
-        bool got = reader.nextLine(line);
-        ASSERT_EQ(got, expected != nullptr);
-        if (!got) break;
-        EXPECT_EQ(line, takeString(expected));
-        EXPECT_EQ(reader.position(), static_cast<std::size_t>(position));
-    }
-
-    zov::ChainReader fromMiddle(viaAppender.get(), 1000);
-    std::vector<char> bytes(50);
-    EXPECT_EQ(fromMiddle.read(bytes.data(), bytes.size()), 50u);
-    EXPECT_EQ(std::string(bytes.data(), 50), text.substr(1000, 50));
-    zov::ChainReader pastEnd(viaAppender.get(), text.size() + 5);
-    EXPECT_TRUE(pastEnd.atEnd());
-}
-
-TEST(ChainInternals, HandBuiltChainsWithOddLengthsAreReadSafely) {
-    Chain chain(createCharBuffer());
-    chain->length = -20;
-    chain->next = createCharBuffer();
-    chain->next->length = 5000;  // clamps to the link's capacity
-    std::memset(chain->next->data, 'z', CHAR_BUFFER_SIZE);
-    EXPECT_EQ(getTotalBufferLength(chain.get()), 1000);
-    EXPECT_EQ(takeString(charBufferToChar(chain.get())), std::string(1000, 'z'));
-}
-
-TEST(ChainInternals, AppenderFollowsLinksAddedBehindItsBack) {
-    Chain chain(createCharBuffer());
+    Chain chain = chainOf("");
     zov::ChainAppender appender(chain.get());
-    ASSERT_TRUE(appender.append(std::string(1000, 'a')));
+    for (std::size_t at = 0; at < text.size(); at += 37) ASSERT_TRUE(appender.append(text.substr(at, 37)));
+    // Links added behind the appender's back are followed, not cut off.
     addDataToCharBuffer(chain.get(), std::string(1500, 'b').data(), 1500);
     ASSERT_TRUE(appender.append("c", 1));
-    EXPECT_EQ(linkLengths(chain.get()), (std::vector<int>{1000, 1000, 501}));
-    EXPECT_EQ(takeString(charBufferToChar(chain.get())),
-              std::string(1000, 'a') + std::string(1500, 'b') + "c");
+    text += std::string(1500, 'b') + "c";
+    EXPECT_EQ(linkLengths(chain.get()), linkLengths(chainOf(text).get()));
+    EXPECT_EQ(textOf(chain.get()), text);
+
+    // The reader's lines, and getCharBufferLine's from each offset, rebuild the text without CRs.
+    zov::ChainReader reader(chain.get());
+    int position = 0;
+    std::string joined;
+    for (std::string line; reader.nextLine(line); joined += line) {
+        EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), line);
+        EXPECT_EQ(reader.position(), static_cast<std::size_t>(position));
+    }
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    EXPECT_EQ(joined, text);
 }

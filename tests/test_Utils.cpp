@@ -2,84 +2,64 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
+#include "CharBuffer.h"
 #include "LogCapture.h"
 #include "Utils.h"
 #include "XmlFunctions.h"
 
-TEST(Utils, ZovStringTrimStripsBothEndsInPlace) {
-    char text[] = "xxabcxx";
-    char *kept = zovStringTrim(text, "x");
-    EXPECT_EQ(kept, text + 2);
-    EXPECT_STREQ(kept, "abc");
-
-    char only[] = "xxx";
-    EXPECT_EQ(zovStringTrim(only, "x"), nullptr);
-    EXPECT_STREQ(only, "xxx");
-
-    char mixed[] = " \t a b\t\n";
-    EXPECT_STREQ(zovStringTrim(mixed, " \t\n"), "a b");
-    char single[] = "a";
-    EXPECT_EQ(zovStringTrim(single, "a"), nullptr);
-    char empty[] = "";
-    EXPECT_EQ(zovStringTrim(empty, "x"), empty);
-    char untouched[] = " y ";
-    EXPECT_EQ(zovStringTrim(untouched, ""), untouched);
-
+TEST(Utils, TrimsAndStringEdits) {
+    // zovStringTrim works in place; kept is the offset of its result (-1: NULL, string untouched).
+    struct { const char *text, *set; int kept; const char *after; } inPlace[] = {
+        {"xxabcxx", "x", 2, "abc"}, {"xxx", "x", -1, "xxx"}, {" \t a b\t\n", " \t\n", 3, "a b"},
+        {"", "x", 0, ""},           {" y ", "", 0, " y "}};
+    for (const auto &c : inPlace) {
+        std::string text = c.text;
+        EXPECT_EQ(zovStringTrim(text.data(), c.set), c.kept < 0 ? nullptr : text.data() + c.kept) << c.text;
+        EXPECT_STREQ(text.data() + (c.kept > 0 ? c.kept : 0), c.after) << c.text;
+    }
     LogCapture log(1);
     EXPECT_EQ(zovStringTrim(nullptr, "x"), nullptr);
-    EXPECT_EQ(zovStringTrim(text, nullptr), nullptr);
-    EXPECT_TRUE(log.contains("[XmlFunctions   ]"));
-    EXPECT_TRUE(log.contains("[zovStringTrim            ] :bad arguments\n"));
-}
+    EXPECT_EQ(zovStringTrim(std::string("x").data(), nullptr), nullptr);
+    EXPECT_TRUE(log.contains("[XmlFunctions   ][") && log.contains("[zovStringTrim            ] :bad arguments\n"));
 
-TEST(Utils, RemoveCaseAndTrimInPlace) {
-    const char source[] = "a-b-c";
-    char *removed = zovRemoveAllAppearanceOfCharFromString(source, '-');
+    // stringTrim copies without leading blanks (' ' only), bounded by the size.
+    struct { const char *src; int size; const char *dest; } copies[] = {
+        {"  ab", 80, "ab"}, {"\tab", 80, "\tab"}, {"   ", 80, ""}, {"ab  ", 80, "ab  "}, {" abcdef", 4, "abc"}};
+    for (const auto &c : copies) {
+        std::vector<char> dest(80, '#');
+        stringTrim(c.src, dest.data(), c.size);
+        EXPECT_STREQ(dest.data(), c.dest) << c.src;
+    }
+
+    char spaced[] = "\t x", blank[] = "";
+    EXPECT_EQ(ltrim(spaced), spaced);
+    EXPECT_STREQ(spaced, "x");
+    EXPECT_TRUE(ltrim(blank) == blank && ltrim(nullptr) == nullptr);
+
+    char *removed = zovRemoveAllAppearanceOfCharFromString("a-b-c", '-');
     EXPECT_STREQ(removed, "abc");
-    EXPECT_STREQ(source, "a-b-c");
     std::free(removed);
 
-    char mixed[] = "MiXeD 1\xc3";
+    char mixed[] = "MiXeD 1\xc3", line[] = "ab\r\ncd", noEnd[] = "abc";
     EXPECT_EQ(zovToLower(mixed), mixed);
     EXPECT_STREQ(mixed, "mixed 1\xc3");
     converToupper(mixed);
     EXPECT_STREQ(mixed, "MIXED 1\xc3");
-
-    char spaced[] = "\t x";
-    EXPECT_EQ(ltrim(spaced), spaced);
-    EXPECT_STREQ(spaced, "x");
-    char blank[] = "";
-    EXPECT_EQ(ltrim(blank), blank);
-    EXPECT_EQ(ltrim(nullptr), nullptr);
-
-    char line[] = "ab\r\ncd";
-    char *cut = chomp(line);
-    EXPECT_EQ(cut, line + 2);
+    EXPECT_EQ(chomp(line), line + 2);
     EXPECT_STREQ(line, "ab");
-    char noEnd[] = "abc";
     EXPECT_EQ(chomp(noEnd), noEnd + 3);
 }
 
 TEST(Utils, HexDigitsAndSecurityKeys) {
-    EXPECT_EQ(GetDecimal('7'), 7);
-    EXPECT_EQ(GetDecimal('A'), 10);
-    EXPECT_EQ(GetDecimal('F'), 15);
-    EXPECT_EQ(GetDecimal('c'), 51);
-    EXPECT_EQ(GetDecimal('G'), 23);
-    EXPECT_EQ(GetDecimal(' '), -16);
-    EXPECT_EQ(GetDecimal(0x100 + 'B'), 11);
-
-    EXPECT_EQ(convertSecurityKey("12345678"), 305419896u);
-    EXPECT_EQ(convertSecurityKey("FFFFFFFF"), 4294967295u);
-    EXPECT_EQ(convertSecurityKey("ffffffff"), 0x96969696u);
-    EXPECT_EQ(convertSecurityKey("0A0B0C0D"), 168496141u);
-    EXPECT_EQ(convertSecurityKey("0000000G"), 23u);
-    EXPECT_EQ(convertSecurityKey("1234567"), 1u);
-    EXPECT_EQ(convertSecurityKey("123456789"), 1u);
-    EXPECT_EQ(convertSecurityKey(nullptr), 1u);
-
     LogCapture log(3);
-    convertSecurityKey("0A0B0C0D");
+    // Only upper-case letters are hex digits; the low 8 bits of the argument count.
+    const std::pair<int, int> digits[] = {{'7', 7}, {'A', 10}, {'F', 15}, {'c', 51}, {' ', -16}, {0x100 + 'B', 11}};
+    for (auto [c, value] : digits) EXPECT_EQ(GetDecimal(c), value) << c;
+    const std::pair<const char *, uint64_t> keys[] = {
+        {"12345678", 305419896u}, {"FFFFFFFF", 4294967295u}, {"ffffffff", 0x96969696u}, {"0A0B0C0D", 168496141u},
+        {"0000000G", 23u},        {"1234567", 1u},           {"123456789", 1u},       {nullptr, 1u}};
+    for (auto [key, value] : keys) EXPECT_EQ(convertSecurityKey(key), value) << (key ? key : "NULL");
     EXPECT_TRUE(log.contains("[convertSecurityKey       ] :Convert security key: str: 0A0B0C0D:  168496141\n"));
 }
