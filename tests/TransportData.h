@@ -1,18 +1,26 @@
 // Test and benchmark helpers for the transport families: chains from and to
-// strings, pseudo-random bytes, and standard base64 text of some bytes.
+// strings, header lists from and to pairs, pseudo-random bytes, and standard
+// base64 text of some bytes.
 #pragma once
 
-#include <cstddef>
+#include <random>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "CharBuffer.h"
+#include "HttpHeader.h"
 
-// A new chain holding text (free it with freeAllCharBuffers).
-inline CharBuffer *chainOf(std::string_view text) {
-    CharBuffer *chain = createCharBuffer();
-    addDataToCharBuffer(chain, text.data(), static_cast<int>(text.size()));
-    return chain;
+// A new chain holding text in links of linkSize bytes (free it with
+// freeAllCharBuffers).
+inline CharBuffer *chainOf(std::string_view text, std::size_t linkSize = 1000) {
+    CharBuffer *head = createCharBuffer(), *link = head;
+    for (std::size_t at = 0; at < text.size(); at += linkSize) {
+        if (at > 0) link = link->next = createCharBuffer();
+        link->length = static_cast<int32_t>(text.copy(link->data, linkSize, at));
+    }
+    return head;
 }
 
 // All data of a chain.
@@ -22,41 +30,44 @@ inline std::string textOf(const CharBuffer *chain) {
     return text;
 }
 
-// size pseudo-random bytes (xorshift), the same for every call.
-inline std::string randomBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    unsigned state = 2463534242u;
-    for (char &c : bytes) {
-        state ^= state << 13;
-        state ^= state >> 17;
-        state ^= state << 5;
-        c = static_cast<char>(state);
+using HeaderPairs = std::vector<std::pair<std::string, std::string>>;
+
+inline HeaderPairs pairsOf(const HttpHeader *list) {
+    HeaderPairs pairs;
+    for (; list != nullptr; list = list->next) pairs.emplace_back(list->name, list->value);
+    return pairs;
+}
+
+// Owns a header list, built by adding pairs one by one, for its lifetime.
+struct Headers {
+    HttpHeader *head = nullptr;
+    explicit Headers(const HeaderPairs &pairs = {}) {
+        for (const auto &[name, value] : pairs) httpPayloadAddHeader(&head, name.c_str(), value.c_str());
     }
+    Headers(const Headers &) = delete;
+    ~Headers() { httpPayloadFreeHeaders(&head); }
+};
+
+// size pseudo-random bytes, the same for every call.
+inline std::string randomBytes(std::size_t size) {
+    std::mt19937 generator;
+    std::string bytes(size, '\0');
+    for (char &c : bytes) c = static_cast<char>(generator());
     return bytes;
 }
 
 // Base64 of bytes; with lineWidth > 0 the text is cut into lines of that many
 // characters, each followed by lineEnd (the last one too).
-inline std::string base64Text(std::string_view bytes, std::size_t lineWidth = 0,
-                              std::string_view lineEnd = "\r\n") {
-    static constexpr char kAlphabet[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
+inline std::string base64Text(std::string_view bytes, std::size_t lineWidth = 0, std::string_view lineEnd = "\r\n") {
+    static constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text, wrapped;
     for (std::size_t i = 0; i < bytes.size(); i += 3) {
         std::size_t n = bytes.size() - i < 3 ? bytes.size() - i : 3;
         unsigned word = 0;
-        for (std::size_t k = 0; k < 3; ++k)
-            word = word << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0u);
-        for (std::size_t k = 0; k < 4; ++k)
-            text += k <= n ? kAlphabet[(word >> (18 - 6 * k)) & 63] : '=';
+        for (std::size_t k = 0; k < 3; ++k) word = word << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0u);
+        for (std::size_t k = 0; k < 4; ++k) text += k <= n ? kAlphabet[(word >> (18 - 6 * k)) & 63] : '=';
     }
     if (lineWidth == 0) return text;
-    std::string wrapped;
-    wrapped.reserve(text.size() + text.size() / lineWidth * lineEnd.size() + lineEnd.size());
-    for (std::size_t i = 0; i < text.size(); i += lineWidth) {
-        wrapped.append(text, i, lineWidth);
-        wrapped.append(lineEnd);
-    }
+    for (std::size_t i = 0; i < text.size(); i += lineWidth) wrapped.append(text, i, lineWidth).append(lineEnd);
     return wrapped;
 }
