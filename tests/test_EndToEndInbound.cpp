@@ -24,9 +24,8 @@ std::string bodyOf(const std::string &response) { return response.substr(respons
 
 std::string envelopeOf(const char *file) { return bodyOf(capturedResponse(file)); }
 
-const std::string kAttachment("attachment bytes\0\1\xff", 19);
-
-// A raw response whose body holds xml first and kAttachment in base64 second.
+// A raw response whose body holds xml first and "attachment bytes\0\1\xff" in
+// base64 second.
 std::string multipartResponse(const std::string &xml) {
     const std::string body = "preamble\r\n--b0undary\r\nContent-Type: text/xml; charset=UTF-8\r\n\r\n" + xml +
                              "\r\n--b0undary\r\nContent-Type: application/octet-stream\r\nContent-Transfer-Encoding: "
@@ -96,7 +95,7 @@ TEST(EndToEndInbound, EveryRecordKindFromAMultipartBody) {
             const std::string layout = compact ? std::regex_replace(xml, std::regex(">\\s+<"), "><") : xml;
             Delivered d;
             EXPECT_EQ(d.parse(receive(multipartResponse(layout), &attachment), compact), 0);
-            EXPECT_EQ(attachment, kAttachment);
+            EXPECT_EQ(attachment, std::string("attachment bytes\0\1\xff", 19));
             summaries[compact] = d.summary();
         }
         EXPECT_NE(summaries[0].find(expected), std::string::npos) << summaries[0];

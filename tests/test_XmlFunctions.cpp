@@ -27,6 +27,7 @@ TEST(XmlEscape, TableAndEscapedCopies) {
     EXPECT_EQ(xmlEscape(nullptr), nullptr);
     EXPECT_EQ(getXmlEscape('a'), nullptr);
     expectReports(log, {{"getXmlEscape", "Could not find XML replacement for 'a'"}});
+    EXPECT_EQ(getXmlEscape('\0'), nullptr);  // not the end marker's empty replacement
 }
 
 TEST(XmlWriter, ElementsNodeListsAndRefusedArguments) {
