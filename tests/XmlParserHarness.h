@@ -1,30 +1,34 @@
-// Test helper: runs the envelope parser with every callback set, keeps what
-// was delivered and releases it as the callee must.
+// Test helpers for the XML code: a tree dump and a harness that runs the
+// envelope parser with every callback set, keeps what was delivered and
+// releases it as the callee must.
 #pragma once
 
 #include <cstdlib>
+#include <cstring>
+#include <memory>
 #include <set>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
-#include "CharBuffer.h"
+#include "ConfigTree.h"  // report checks
+#include "TransportData.h"
 #include "XmlParser.h"
 
 // One line per node in document order, indented by level: "name=contents", or
-// "name" without contents. Iterative, for very deep trees.
-inline std::string dumpTree(const ZovNode *root) {
+// "name" without contents. Iterative, for very deep trees. dropLayout shows
+// the blank text of a node with sub-nodes (a pretty-printed document's line
+// break and indentation) as no contents, so that both layouts read alike.
+inline std::string dumpTree(const ZovNode *root, bool dropLayout = false) {
     std::string out;
-    std::vector<std::pair<const ZovNode *, std::size_t>> stack{{root, 0}};
-    while (!stack.empty()) {
+    for (std::vector<std::pair<const ZovNode *, std::size_t>> stack{{root, 0}}; !stack.empty();) {
         auto [node, level] = stack.back();
         stack.pop_back();
         if (node == nullptr) continue;
-        out += std::string(2 * level, ' ') + node->name;
-        out += (node->contents ? std::string("=") + node->contents : "") + "\n";
-        stack.push_back({node->nextNode, level});
-        stack.push_back({node->subNode, level + 1});
+        const char *text = node->contents;
+        if (dropLayout && node->subNode && text && text[std::strspn(text, " \r\n\t")] == '\0') text = nullptr;
+        out += std::string(2 * level, ' ') + node->name + (text ? "=" + std::string(text) : "") + "\n";
+        stack.insert(stack.end(), {{node->nextNode, level}, {node->subNode, level + 1}});
     }
     return out;
 }
@@ -47,44 +51,30 @@ struct Delivered {
 
     Delivered() = default;
     Delivered(const Delivered &) = delete;
-    Delivered &operator=(const Delivered &) = delete;
     ~Delivered() {
         std::set<ZovCommandStruct *> heads;
         for (const CommandCall &call : commands) heads.insert(call.chainHead);
         for (ZovCommandStruct *head : heads) {
-            for (ZovCommandStruct *c = head; c != nullptr; c = c->next) {
-                std::free(c->commandName);
-                std::free(c->commandGuid);
-            }
+            for (ZovCommandStruct *c = head; c != nullptr; c = c->next)
+                std::free(c->commandName), std::free(c->commandGuid);
             freeZovCommandStruct(head);
         }
-        for (ZovResultStruct *r : results) std::free(r->guid), freeZovResultStruct(r);
-        for (ZovEventResultStruct *e : eventResults) {
-            std::free(e->assetLevel);
-            std::free(e->nextAssetReportSeconds);
-            freeZovEventResultStruct(e);
-        }
-        for (ZovNoCommandStruct *n : noCommands) freeZovNoCommandStruct(n);
-        for (ZovDialogStruct *d : dialogs) std::free(d->dialogGuid), freeZovDialogStruct(d);
+        for (auto *r : results) std::free(r->guid), freeZovResultStruct(r);
+        for (auto *e : eventResults)
+            std::free(e->assetLevel), std::free(e->nextAssetReportSeconds), freeZovEventResultStruct(e);
+        for (auto *n : noCommands) freeZovNoCommandStruct(n);
+        for (auto *d : dialogs) std::free(d->dialogGuid), freeZovDialogStruct(d);
     }
 
-    template <typename Record>
-    static void keep(void *self, Record *record) {
-        auto &d = *static_cast<Delivered *>(self);
-        if constexpr (std::is_same_v<Record, ZovCommandStruct>) {
-            d.commands.push_back(
-                {record, d.parser->commandList, str(record->commandName), str(record->commandGuid)});
-            d.kinds += 'c';
-        } else if constexpr (std::is_same_v<Record, ZovResultStruct>) {
-            d.results.push_back(record), d.kinds += 'r';
-        } else if constexpr (std::is_same_v<Record, ZovEventResultStruct>) {
-            d.eventResults.push_back(record), d.kinds += 'e';
-        } else if constexpr (std::is_same_v<Record, ZovNoCommandStruct>) {
-            d.noCommands.push_back(record), d.kinds += 'n';
-        } else {
-            d.dialogs.push_back(record), d.kinds += 'd';
-        }
+    void take(ZovCommandStruct *r) {
+        commands.push_back({r, parser->commandList, str(r->commandName), str(r->commandGuid)}), kinds += 'c';
     }
+    void take(ZovResultStruct *r) { results.push_back(r), kinds += 'r'; }
+    void take(ZovEventResultStruct *r) { eventResults.push_back(r), kinds += 'e'; }
+    void take(ZovNoCommandStruct *r) { noCommands.push_back(r), kinds += 'n'; }
+    void take(ZovDialogStruct *r) { dialogs.push_back(r), kinds += 'd'; }
+    template <typename Record>
+    static void keep(void *self, Record *record) { static_cast<Delivered *>(self)->take(record); }
 
     XmlParserStruct *makeParser() {
         parser = initXmlParser();
@@ -97,18 +87,29 @@ struct Delivered {
         return parser;
     }
 
-    // Parses one document, from a string or (asChain) from a chain.
+    // Parses one document from a chain, or from a string (asChain: copied
+    // into a chain first).
+    int parse(CharBuffer *chain) { return finish(xmlParserParseCharBuffer(makeParser(), chain)); }
     int parse(const std::string &xml, bool asChain = false) {
-        makeParser();
-        int rc;
-        if (asChain) {
-            CharBuffer *chain = createCharBuffer();
-            addDataToCharBuffer(chain, xml.data(), static_cast<int>(xml.size()));
-            rc = xmlParserParseCharBuffer(parser, chain);
-            freeAllCharBuffers(chain);
-        } else {
-            rc = xmlParserParseChar(parser, xml.c_str());
-        }
+        if (!asChain) return finish(xmlParserParseChar(makeParser(), xml.c_str()));
+        std::unique_ptr<CharBuffer, decltype(&freeAllCharBuffers)> chain(chainOf(xml), freeAllCharBuffers);
+        return parse(chain.get());
+    }
+    // The deliveries as text: kinds, device GUID, then by kind each record's
+    // fixed fields (as they were at the call for commands) and its tree, the
+    // layout of a pretty-printed document dropped.
+    std::string summary() const {
+        std::string out = kinds + " device " + deviceGuid + "\n";
+        auto add = [&out](const std::string &fields, const ZovNode *root) { out += fields + dumpTree(root, true); };
+        for (auto &c : commands) add("command " + c.name + " " + c.guid + "\n", c.record->rootNode);
+        for (auto *r : results) add("result " + str(r->guid) + " " + std::to_string(r->success) + "\n", r->rootNode);
+        for (auto *e : eventResults)
+            add("eventResult " + str(e->assetLevel) + " " + str(e->nextAssetReportSeconds) + "\n", e->rootNode);
+        for (auto *n : noCommands) add("", n->rootNode);
+        for (auto *g : dialogs) add("dialog " + str(g->dialogGuid) + "\n", g->rootNode);
+        return out;
+    }
+    int finish(int rc) {
         deviceGuid = str(parser->deviceGuid);
         endXmlParser(parser);
         return rc;
