@@ -1,296 +1,185 @@
+// Configuration commands as the agent receives them: XML command envelopes
+// through the envelope parser, then parseConfigurationCommand on each record
+// its callback received.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <string>
-#include <vector>
-
-#include "CommandParser.h"
-#include "ConfigTree.h"
-#include "LogCapture.h"
+#include "ConfigCommands.h"
 
 namespace {
 
-using Strings = std::vector<std::string>;
-using Edit = std::function<void(ZovNode *)>;
+const Report kBadAdapter = "parseConfigurationCommand: bad networkAdapterConfigurationSet";
+const Report kBadSettings = "parseConfigurationCommand: bad deviceSettings";
+const Report kBadTags = "parseConfigurationCommand: bad assetTagSet";
+const Report kEmptyKey = "parsePair: Warning, key empty in parsePair";
 
-const Report kBadAdapter{"parseConfigurationCommand", "bad networkAdapterConfigurationSet"};
-const Report kBadSettings{"parseConfigurationCommand", "bad deviceSettings"};
+std::string recordOf(const char *configuration) { return configuration == kWired ? kWiredRecord : kWirelessRecord; }
+
+// The record of the edited configuration, sent after the unedited one, which
+// must still be read whole.
+std::string configureEdited(const char *configuration, const Edits &edits) {
+    std::vector<Platform> records = configure(envelopes({configuration, edited(configuration, edits)}));
+    EXPECT_EQ(describe(records.at(0).get()), recordOf(configuration));
+    return describe(records.at(1).get());
+}
 
 }  // namespace
 
-TEST(CommandParser, EmptyOrMissingConfiguration) {
-    LogCapture log(3);
-    Platform record = parse(commandFrom("deviceConfiguration"));
-    ASSERT_NE(record, nullptr);
-    static const PlatformData zero{};
-    EXPECT_EQ(std::memcmp(record.get(), &zero, sizeof zero), 0);
-    expectReports(log, {{"parseDeviceSettings", "Empty deviceSettings node"},
-                        {"parseNetworkAdapterConfigurationSet", "No networkSet passed in"},
-                        {"parseAssetTagSet", "Empty assetTagSetNode"}});
-    log.clear();
-    EXPECT_EQ(parse(commandFrom("wrapper\n  deviceConfiguration")), nullptr);
-    EXPECT_EQ(parseConfigurationCommand(nullptr), nullptr);
-    Report missing{"parseConfigurationCommand", "unable to find deviceConfiguration in command->rootNode"};
-    expectReports(log, {missing, missing});
+// Both layouts: compact, and with line breaks and indentation between tags.
+TEST(CommandParser, WiredAndWirelessCommandsInOneDocument) {
+    LogCapture log(1);
+    for (bool pretty : {false, true}) {
+        std::vector<Platform> records = configure(envelopes({kWired, kWireless}, pretty));
+        ASSERT_EQ(records.size(), 2u);
+        EXPECT_EQ(describe(records[0].get()), kWiredRecord);
+        EXPECT_EQ(describe(records[1].get()), kWirelessRecord);
+        EXPECT_STREQ(findPairKeyValue(records[0]->assetTags, "floor"), "3");
+        EXPECT_EQ(findPairKeyValue(records[0]->assetTags, "Room"), nullptr);
+    }
+    EXPECT_EQ(log.text(), "");
 }
 
-// Faults that some section tolerates: reported (or silent) and the rest is read.
+// An empty configuration gives an empty record; one held a level deeper, or
+// no command at all, gives nothing.
+TEST(CommandParser, EmptyOrMissingConfiguration) {
+    LogCapture log(3);
+    std::vector<Platform> records = configure(envelopes({"<deviceConfiguration/>", "<w><deviceConfiguration/></w>"}));
+    static const PlatformData zero{};
+    ASSERT_NE(records.at(0), nullptr);
+    EXPECT_EQ(std::memcmp(records[0].get(), &zero, sizeof zero), 0);
+    EXPECT_EQ(records.at(1), nullptr);
+    EXPECT_EQ(parseConfigurationCommand(nullptr), nullptr);
+    const Report missing = "parseConfigurationCommand: unable to find deviceConfiguration in command->rootNode";
+    expectReports(log, {"parseDeviceSettings: Empty deviceSettings node",
+                        "parseNetworkAdapterConfigurationSet: No networkSet passed in",
+                        "parseAssetTagSet: Empty assetTagSetNode", missing, missing});
+}
+
+// Variations that the sections accept: reported (or silent), the rest is read.
+// Texts fill at most 1023 characters of their 1024-byte fields; long lists
+// are read whole.
 TEST(CommandParser, ToleratedVariations) {
     LogCapture log(1);
+    const std::string fits(1023, 'l'), tooLong(5000, 'k');
+    std::string tags, keys;
+    for (int i = 0; i < 20000; ++i) {
+        tags += "<assetTag><key>" + std::to_string(i) + "</key><value>" + std::to_string(i) + "</value></assetTag>";
+        keys += " '" + std::to_string(i) + "'";
+    }
     struct Case {
-        const char *outline;
-        Edit edit;
-        std::function<void(const PlatformData *, const NetworkInterfaceStruct *)> check;
-        std::initializer_list<Report> reports;
+        const char *configuration;
+        Edits edits, recordEdits;
+        std::vector<Report> reports;
     };
     const Case cases[] = {
-        {kWired, [](ZovNode *r) { prependAt(r, "deviceConfiguration/deviceSettings/hostName", "macDerived", "x"); },
-         [](auto p, auto) { EXPECT_EQ(p->hostNameType, 1); EXPECT_STREQ(p->hostName, "kiosk-12"); }, {}},
-        {"deviceConfiguration\n  deviceSettings\n    hostName\n      dnsReverseLookup\n      dhcpAssigned", {},
-         [](auto p, auto) { EXPECT_EQ(p->hostNameType, 3); EXPECT_STREQ(p->locale, ""); }, {}},
+        // The host name types are tried in a fixed order.
+        {kWired, {{"<hostName>", "<hostName><macDerived>x</macDerived>"}}, {}, {}},
+        {kWired, {{"<static><name>kiosk-12</name></static>", "<dnsReverseLookup/><dhcpAssigned/>"}},
+         {{"host 1 'kiosk-12'", "host 3 ''"}}, {}},
         // Tags without key are dropped; one without value has an empty value.
-        {"deviceConfiguration\n  assetTagSet\n    assetTag\n      value=v\n    assetTag\n      key=\n"
-         "    assetTag\n      key=k", {},
-         [](auto p, auto) {
-             EXPECT_EQ(listTexts(p->assetTags, &PairStruct::key), Strings{"k"});
-             EXPECT_STREQ(p->assetTags->value, "");
-         },
-         {{"parsePair", "Warning, key empty in parsePair"}, {"parsePair", "Warning, key empty in parsePair"}}},
+        {kWired, {{"<key>room</key><value>12</value>", "<value>v</value></assetTag><assetTag><key/>"},
+          {"<value>3</value>", ""}},
+         {{"'room' 'floor' values '12' '3'", "'floor' values ''"}}, {kEmptyKey, kEmptyKey}},
+        {kWired, {{"<assetTagSet>", "<assetTagSet>" + tags}}, {{"tags", "tags" + keys}, {"values", "values" + keys}},
+         {}},
         // Only the first adapter is read; empty texts are texts.
         {kWired,
-         [](ZovNode *r) {
-             addNewZovSubNode(at(r, "deviceConfiguration/networkAdapterConfigurationSet"),
-                              "networkAdapterConfiguration", nullptr);
-             setAt(r, ADAPTER "/macAddress", "");
-             setAt(r, SETTINGS "/addressAssignment/static/ipAddress", "");
-             removeAt(r, SETTINGS "/addressAssignment/static/gateway");
-         },
-         [](auto, auto a) {
-             EXPECT_EQ(a->next, nullptr);
-             EXPECT_STREQ(a->macAddress, "");
-             EXPECT_STREQ(a->ipAddress, "");
-             EXPECT_STREQ(a->subnetMask, "255.255.255.0");
-             EXPECT_STREQ(a->gateway, "");
-         }, {}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/wolEnabled"); },
-         [](auto, auto a) { EXPECT_EQ(a->wolEnabled, 0); },
-         {{"parseBool", "wolEnabled not found"}}},
-        {kWired, [](ZovNode *r) { setAt(r, SETTINGS "/wolEnabled", "TRUE"); },
-         [](auto, auto a) { EXPECT_EQ(a->wolEnabled, 0); },
-         {{"parseBool", "unexpected value for wolEnabled found, expected 'true or false', got 'TRUE'"}}},
-        // Only the first sub-node of addressAssignment counts.
-        {kWired, [](ZovNode *r) { prependAt(r, SETTINGS "/addressAssignment", "bootp", nullptr); },
-         [](auto, auto a) { EXPECT_EQ(a->addressAssignment, 3); EXPECT_STREQ(a->ipAddress, ""); },
-         {}},
-        // dynamic wins over static.
-        {kWired, [](ZovNode *r) { addNewZovSubNode(at(r, SETTINGS "/dnsSettings"), "dynamic", nullptr); },
-         [](auto, auto a) {
-             EXPECT_EQ(a->dnsDynamic, 1);
-             EXPECT_EQ(a->dnsServers, nullptr);
-             EXPECT_EQ(a->dnsSuffixes, nullptr);
-         }, {}},
+         {{"</networkAdapterConfigurationSet>", "<networkAdapterConfiguration/></networkAdapterConfigurationSet>"},
+          {"00:11:22:33:44:55", ""}, {"10.0.0.5", ""}, {"<gateway>10.0.0.1</gateway>", ""}},
+         {{"00:11:22:33:44:55", ""}, {"10.0.0.5", ""}, {"10.0.0.1", ""}}, {}},
+        {kWireless, {{">home<", ">" + fits + "<"}, {"0123456789", tooLong}, {">false<", ">truetruetrue<"}},
+         {{"'home'", "'" + fits + "'"}, {"0123456789", tooLong.substr(0, 1023)}},
+         {"copyContents: truncating charArray = 'truetruetrue'",
+          "parseBool: unexpected value for wolEnabled found, expected 'true or false', got 'truetruet'",
+          "copyContents: truncating charArray = '" + tooLong + "'"}},
+        // A missing wolEnabled is reported only; the first sub-node of
+        // addressAssignment decides; dynamic wins over static; both auto words.
+        {kWired, {{"<wolEnabled>true</wolEnabled>", ""}, {"<addressAssignment>", "<addressAssignment><bootp/>"},
+          {"</dnsSettings>", "<dynamic/></dnsSettings>"}, {">100<", ">auto<"}, {">full<", ">auto<"}},
+         {{"wol 1 address 1 '10.0.0.5' '255.255.255.0' '10.0.0.1' link 100 2", "wol 0 address 3 '' '' '' link 1 3"},
+          {"0 'corp.example' 'example' servers '10.0.0.2' '10.0.0.3'", "1 servers"}},
+         {"parseBool: wolEnabled not found"}},
         // Suffixes: every sub-node with text from the first dnsSuffix on.
-        {kWired,
-         [](ZovNode *r) {
-             ZovNode *set = at(r, SETTINGS "/dnsSettings/static/dnsSuffixSet");
-             prependAt(r, SETTINGS "/dnsSettings/static/dnsSuffixSet", "comment", "before");
-             addNewZovSubNode(set, "other", "third");
-             addNewZovSubNode(set, "dnsSuffix", nullptr);
-             addNewZovSubNode(set, "dnsSuffix", "");
-         },
-         [](auto, auto a) {
-             EXPECT_EQ(listTexts(a->dnsSuffixes, &DnsSuffixStruct::suffix),
-                       (Strings{"corp.example", "example", "third", ""}));
-         }, {}},
+        {kWired, {{"<dnsSuffixSet>", "<dnsSuffixSet><comment>before</comment>"},
+          {"</dnsSuffixSet>", "<other>third</other><dnsSuffix><x/></dnsSuffix><dnsSuffix/></dnsSuffixSet>"}},
+         {{"'example'", "'example' 'third' ''"}}, {}},
         // Servers: up to the first sub-node of another name, or the first
         // without text, which stays as an empty entry.
-        {kWired,
-         [](ZovNode *r) {
-             addNewZovSubNode(at(r, SETTINGS "/dnsSettings/static/dnsServerSet"), "note", "x");
-             addNewZovSubNode(at(r, SETTINGS "/dnsSettings/static/dnsServerSet"), "dnsServer", "10.0.0.9");
-             ZovNode *wins = at(r, SETTINGS "/winsSettings/static/winsServerSet");
-             addNewZovSubNode(wins, "winsServer", "");
-             addNewZovSubNode(wins, "winsServer", "10.0.0.9");
-         },
-         [](auto, auto a) {
-             EXPECT_EQ(listTexts(a->dnsServers, &IpValueStruct::value), (Strings{"10.0.0.2", "10.0.0.3"}));
-             EXPECT_EQ(listTexts(a->winsServers, &IpValueStruct::value), (Strings{"10.0.0.4", ""}));
-         },
-         {{"parseServerSet", "Error in winsServer contents"}}},
-        {kWired,
-         [](ZovNode *r) {
-             removeAt(r, SETTINGS "/dnsSettings/static/dnsServerSet");
-             prependAt(r, SETTINGS "/winsSettings/static/winsServerSet", "dnsServer", "1.2.3.4");
-         },
-         [](auto, auto a) {
-             EXPECT_EQ(a->dnsServers, nullptr);
-             EXPECT_EQ(a->winsServers, nullptr);
-         },
-         {{"parseServerSet", "null dnsServerSet"}, {"parseServerSet", "no winsServer nodes found"}}},
-        {kWired, [](ZovNode *r) { setAt(r, SETTINGS "/physicalConnection/wired/speed", "auto");
-                                  setAt(r, SETTINGS "/physicalConnection/wired/duplex", "auto"); },
-         [](auto, auto a) { EXPECT_EQ(a->speed, 1); EXPECT_EQ(a->duplex, 3); }, {}},
+        {kWired, {{"</dnsServerSet>", "<note>x</note><dnsServer>10.0.0.9</dnsServer></dnsServerSet>"},
+          {"</winsServerSet>", "<winsServer/><winsServer>10.0.0.9</winsServer></winsServerSet>"}},
+         {{"'10.0.0.4'", "'10.0.0.4' ''"}}, {"parseServerSet: Error in winsServer contents"}},
+        {kWired, {{"dnsServerSet>", "x>"}, {"<winsServerSet>", "<winsServerSet><dnsServer>1.2.3.4</dnsServer>"}},
+         {{" '10.0.0.2' '10.0.0.3'", ""}, {" '10.0.0.4'", ""}},
+         {"parseServerSet: null dnsServerSet", "parseServerSet: no winsServer nodes found"}},
         // wired decides when both kinds are present.
-        {kWireless,
-         [](ZovNode *r) {
-             addOutline(at(r, SETTINGS "/physicalConnection"), "wired\n  speed=10\n  duplex=half");
-         },
-         [](auto, auto a) {
-             EXPECT_EQ(a->speed, 10);
-             EXPECT_EQ(a->duplex, 1);
-             EXPECT_EQ(a->wirelessProfiles, nullptr);
-         },
-         {}},
+        {kWireless, {{"<wireless>", "<wired><speed>10</speed><duplex>half</duplex></wired><wireless>"}},
+         {{"link 0 0", "link 10 1"}, {kWirelessProfiles, ""}}, {}},
         // wep wins over none; an empty key is a key; without an
         // authentication element the profile's own text holds the word.
         {kWireless,
-         [](ZovNode *r) {
-             addNewZovSubNode(at(r, PROFILES "/wirelessProfile/encryption"), "none", nullptr);
-             addNewZovSubNode(at(r, PROFILES "/wirelessProfile/encryption/wep"), "key", "");
-             removeAt(r, PROFILES "/wirelessProfile/authentication");
-             setAt(r, PROFILES "/wirelessProfile", "shared");
-             setAt(at(r, PROFILES "/wirelessProfile")->nextNode, "authentication", "wpa");
-         },
-         [](auto, auto a) {
-             const WirelessSettingsStruct *home = a->wirelessProfiles;
-             EXPECT_EQ(home->encryption, 2);
-             EXPECT_EQ(listTexts(home->wepKeys, &WepKeyStruct::key), (Strings{"0123456789", "ABCDEF0123", ""}));
-             EXPECT_EQ(home->authentication, 2);
-             EXPECT_EQ(home->next->authentication, 3);
-         }, {}},
+         {{"</wep>", "<key/></wep><none/>"}, {"<wirelessProfile><ssid>home", "<wirelessProfile>shared<ssid>home"},
+          {"<authentication>open</authentication>", ""}, {"wpa-psk", "wpa"}},
+         {{"'ABCDEF0123' authentication 1", "'ABCDEF0123' '' authentication 2"}, {"4\n", "3\n"}}, {}},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(&c - cases);
         log.clear();
-        Platform record = parseEdited(c.outline, c.edit ? c.edit : [](ZovNode *) {});
-        ASSERT_NE(record, nullptr);
-        c.check(record.get(), record->networkInterfaces);
+        EXPECT_EQ(configureEdited(c.configuration, c.edits), edited(recordOf(c.configuration), c.recordEdits));
         expectReports(log, c.reports);
     }
 }
 
-// Every bad section fails the whole command, with the reports of the fault and
-// of each enclosing reader that has one.
+// Every bad section fails its whole command, and only that one, with the
+// reports of the fault and of each enclosing reader that has one.
 TEST(CommandParser, RejectedCommands) {
     LogCapture log(1);
     struct Case {
-        const char *outline;
-        Edit edit;
-        std::initializer_list<Report> reports;
-    };
-    auto setSpeed = [](const char *text) {
-        return [text](ZovNode *r) { setAt(r, SETTINGS "/physicalConnection/wired/speed", text); };
-    };
-    auto firstAddress = [](const char *name) {
-        return [name](ZovNode *r) { prependAt(r, SETTINGS "/addressAssignment", name, nullptr); };
+        const char *configuration;
+        Edits edits;
+        std::vector<Report> reports;
     };
     const Case cases[] = {
-        {kWired, [](ZovNode *r) { removeAt(r, "deviceConfiguration/deviceSettings/hostName/static/name"); },
-         {{"parseDeviceSettings", "Bad hostName"}, kBadSettings}},
-        {kWired,
-         [](ZovNode *r) {
-             removeAt(r, "deviceConfiguration/deviceSettings/hostName/static");
-             addNewZovSubNode(at(r, "deviceConfiguration/deviceSettings/hostName"), "Static", nullptr);
-         },
-         {{"parseHostName", "hostName type not found"}, {"parseDeviceSettings", "Bad hostName"}, kBadSettings}},
-        {kWired, [](ZovNode *r) { addNewZovSubNode(at(r, "deviceConfiguration/assetTagSet"), "note", "x"); },
-         {{"parseAssetTagSet", "unexpected tempNode in parseAssetTagSet, name='note'"},
-          {"parseConfigurationCommand", "bad assetTagSet"}}},
-        {kWired, [](ZovNode *r) { prependAt(r, "deviceConfiguration/assetTagSet", nullptr, nullptr); },
-         {{"parseAssetTagSet", "unexpected tempNode in parseAssetTagSet, name='(null)'"},
-          {"parseConfigurationCommand", "bad assetTagSet"}}},
-        {kWired, [](ZovNode *r) { removeAt(r, ADAPTER); },
-         {{"parseNetworkAdapterConfiguration", "unexpected null networkConfiguration"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, ADAPTER "/macAddress"); },
-         {{"parseNetworkAdapterConfiguration", "error getting macAddress"}, kBadAdapter}},
-        {kWired, firstAddress("DHCP"),
-         {{"parseAddressAssignment", "unknown addressAssignment subNode found 'DHCP'"}, kBadAdapter}},
-        {kWired, firstAddress(nullptr),
-         {{"parseAddressAssignment", "subNode without name in addressAssignment"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/addressAssignment/static"); },
-         {{"parseAddressAssignment", "no subNodes in addressAssignment"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/addressAssignment/static/ipAddress"); },
-         {{"parseStaticAddressAssignment", "Error in ipAddress"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/addressAssignment/static/subnetMask"); },
-         {{"parseStaticAddressAssignment", "Error in subnetMask"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/dnsSettings/static/dnsSuffixSet"); },
-         {{"parseDnsSuffixes", "null dnsSuffixSet"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/winsSettings/static"); },
-         {{"parseWinsSettings", "no static or dynamic winsSettings subnode"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/dnsSettings"); },
-         {{"parseDnsSettings", "null dnsSettings"}, kBadAdapter}},
-        {kWired, setSpeed("1G"), {{"parseWiredSpeedSetting", "bad speed value '1G' found"}, kBadAdapter}},
-        {kWired, setSpeed(nullptr), {{"parseWiredSpeedSetting", "no speed value found"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/physicalConnection/wired/speed"); },
-         {{"parseWiredSpeedSetting", "unexpected null speed"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { setAt(r, SETTINGS "/physicalConnection/wired/duplex", "quarter"); }, {kBadAdapter}},
-        {kWired, [](ZovNode *r) { setAt(r, SETTINGS "/physicalConnection/wired/duplex", nullptr); },
-         {{"parseDuplexSetting", "no duplex value found"}, kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/physicalConnection/wired"); }, {kBadAdapter}},
-        {kWired, [](ZovNode *r) { removeAt(r, SETTINGS "/physicalConnection"); },
-         {{"parsePhysicalConnectionSettings", "unexpected null physicalConnection"}, kBadAdapter}},
-        {kWireless, [](ZovNode *r) { setAt(r, PROFILES "/wirelessProfile/authentication", "WPA2"); },
-         {{"parseAuthentication", "bad authentication type 'WPA2'"}, kBadAdapter}},
-        {kWireless, [](ZovNode *r) { removeAt(r, PROFILES "/wirelessProfile/authentication"); }, {kBadAdapter}},
-        {kWireless, [](ZovNode *r) { removeAt(at(r, PROFILES "/wirelessProfile")->nextNode, "ssid"); }, {kBadAdapter}},
-        {kWireless, [](ZovNode *r) { removeAt(at(r, PROFILES "/wirelessProfile")->nextNode, "encryption/none"); },
-         {kBadAdapter}},
-        {kWireless,
-         [](ZovNode *r) {
-             removeAt(r, PROFILES "/wirelessProfile/encryption/wep/key");
-             removeAt(r, PROFILES "/wirelessProfile/encryption/wep/key");
-             prependAt(r, PROFILES "/wirelessProfile/encryption/wep", "Key", "x");
-         },
-         {{"parseWep", "no wep keys found"}, kBadAdapter}},
-        {kWireless,
-         [](ZovNode *r) { addNewZovSubNode(at(r, PROFILES "/wirelessProfile/encryption/wep"), "comment", nullptr); },
-         {{"parseWep", "unexpected null key value"}, kBadAdapter}},
+        {kWired, {{"<name>kiosk-12</name>", ""}}, {"parseDeviceSettings: Bad hostName", kBadSettings}},
+        {kWired, {{"<static><name>kiosk-12</name></static>", "<Static/>"}},
+         {"parseHostName: hostName type not found", "parseDeviceSettings: Bad hostName", kBadSettings}},
+        {kWired, {{"</assetTagSet>", "<note>x</note></assetTagSet>"}},
+         {"parseAssetTagSet: unexpected tempNode in parseAssetTagSet, name='note'", kBadTags}},
+        {kWired, {{"networkAdapterConfiguration>", "x>"}},
+         {"parseNetworkAdapterConfiguration: unexpected null networkConfiguration", kBadAdapter}},
+        {kWired, {{"macAddress>", "x>"}}, {"parseNetworkAdapterConfiguration: error getting macAddress", kBadAdapter}},
+        {kWired, {{"<addressAssignment>", "<addressAssignment><DHCP/>"}},
+         {"parseAddressAssignment: unknown addressAssignment subNode found 'DHCP'", kBadAdapter}},
+        {kWireless, {{"dhcp", "unnamed"}},
+         {"parseAddressAssignment: subNode without name in addressAssignment", kBadAdapter}},
+        {kWireless, {{"<dhcp/>", ""}}, {"parseAddressAssignment: no subNodes in addressAssignment", kBadAdapter}},
+        {kWired, {{"ipAddress>", "x>"}}, {"parseStaticAddressAssignment: Error in ipAddress", kBadAdapter}},
+        {kWired, {{"subnetMask>", "x>"}}, {"parseStaticAddressAssignment: Error in subnetMask", kBadAdapter}},
+        {kWired, {{"dnsSuffixSet>", "x>"}}, {"parseDnsSuffixes: null dnsSuffixSet", kBadAdapter}},
+        {kWireless, {{"<winsSettings><dynamic/>", "<winsSettings><x/>"}},
+         {"parseWinsSettings: no static or dynamic winsSettings subnode", kBadAdapter}},
+        {kWireless, {{"dnsSettings>", "x>"}}, {"parseDnsSettings: null dnsSettings", kBadAdapter}},
+        // Texts are compared as they stand.
+        {kWired, {{">100<", "> 100 <"}}, {"parseWiredSpeedSetting: bad speed value ' 100 ' found", kBadAdapter}},
+        {kWired, {{">100<", "><x/><"}}, {"parseWiredSpeedSetting: no speed value found", kBadAdapter}},
+        {kWired, {{"<speed>100</speed>", ""}}, {"parseWiredSpeedSetting: unexpected null speed", kBadAdapter}},
+        {kWired, {{">full<", ">quarter<"}}, {kBadAdapter}},
+        {kWired, {{">full<", "><x/><"}}, {"parseDuplexSetting: no duplex value found", kBadAdapter}},
+        {kWired, {{"wired>", "x>"}}, {kBadAdapter}},
+        {kWired, {{"Connection>", "x>"}},
+         {"parsePhysicalConnectionSettings: unexpected null physicalConnection", kBadAdapter}},
+        {kWireless, {{">open<", ">WPA2<"}}, {"parseAuthentication: bad authentication type 'WPA2'", kBadAdapter}},
+        {kWireless, {{"<authentication>open</authentication>", ""}}, {kBadAdapter}},
+        {kWireless, {{"<ssid>guest</ssid>", ""}}, {kBadAdapter}},
+        {kWireless, {{"<none/>", ""}}, {kBadAdapter}},
+        {kWireless, {{"key>", "Key>"}}, {"parseWep: no wep keys found", kBadAdapter}},
+        {kWireless, {{"</wep>", "<c><x/></c></wep>"}}, {"parseWep: unexpected null key value", kBadAdapter}},
         // Every sub-node after the first profile is read as a profile.
-        {kWireless, [](ZovNode *r) { addNewZovSubNode(at(r, PROFILES), "note", "x"); }, {kBadAdapter}},
-        {kWireless,
-         [](ZovNode *r) {
-             removeAt(r, PROFILES "/wirelessProfile");
-             removeAt(r, PROFILES "/wirelessProfile");
-         },
-         {{"parseWirelessProfile", "unexpected null wirelessProfile"}, kBadAdapter}},
+        {kWireless, {{"</wirelessProfileSet>", "<note>x</note></wirelessProfileSet>"}}, {kBadAdapter}},
+        {kWireless, {{"Profile>", "x>"}}, {"parseWirelessProfile: unexpected null wirelessProfile", kBadAdapter}},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(&c - cases);
         log.clear();
-        EXPECT_EQ(parseEdited(c.outline, c.edit), nullptr);
+        EXPECT_EQ(configureEdited(c.configuration, c.edits), "(none)");
         expectReports(log, c.reports);
     }
-}
-
-// Texts fill at most 1023 characters of their 1024-byte fields; long lists
-// from the server are read whole.
-TEST(CommandParser, LongTextsAndLists) {
-    LogCapture log(1);
-    const std::string fits(1023, 'l');
-    const std::string tooLong(5000, 'k');
-    constexpr int kCount = 20000;
-    Platform record = parseEdited(kWireless, [&](ZovNode *r) {
-        addOutline(at(r, "deviceConfiguration"), ("deviceSettings\n  locale=" + fits).c_str());
-        setAt(r, PROFILES "/wirelessProfile/encryption/wep/key", tooLong.c_str());
-        setAt(r, SETTINGS "/wolEnabled", "truetruetrue");
-        ZovNode *set = addNewZovSubNode(at(r, "deviceConfiguration"), "assetTagSet", nullptr);
-        ZovNode *tag = nullptr;
-        for (int i = 0; i < kCount; ++i) {
-            ZovNode *next = newZovNode("assetTag", nullptr);
-            addNewZovSubNode(next, "key", std::to_string(i).c_str());
-            (tag == nullptr ? set->subNode : tag->nextNode) = next;
-            tag = next;
-        }
-    });
-    ASSERT_NE(record, nullptr);
-    EXPECT_EQ(record->locale, fits);
-    EXPECT_EQ(record->networkInterfaces->wirelessProfiles->wepKeys->key, tooLong.substr(0, 1023));
-    EXPECT_EQ(record->networkInterfaces->wolEnabled, 0);
-    expectReports(log, {{"copyContents", "truncating charArray = 'truetruetrue'"},
-                        {"parseBool", "unexpected value for wolEnabled found, expected 'true or false', "
-                                      "got 'truetruet'"},
-                        {"copyContents", "truncating charArray = '" + tooLong + "'"}});
-    Strings keys = listTexts(record->assetTags, &PairStruct::key);
-    ASSERT_EQ(keys.size(), static_cast<std::size_t>(kCount));
-    EXPECT_EQ(keys.back(), std::to_string(kCount - 1));
 }

@@ -1,73 +1,64 @@
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "ConfigTree.h"
+#include "ConfigCommands.h"
 #include "EnumConversions.h"
-#include "LogCapture.h"
 
 namespace {
 
+// An enumeration's two conversions, the values whose words read back and
+// their words, a word that reads as 0 and a value without a word.
 struct Conversions {
     const char *(*toWord)(int32_t);
     int32_t (*toValue)(const char *);
-    std::initializer_list<int32_t> accepted;  // values whose words read back
-    const char *refusedWord;                  // a word that reads as 0
+    const char *typeName, *toValueName, *words, *refusedWord;
+    std::initializer_list<int32_t> accepted;
     int32_t valueWithoutWord;
-    const char *toWordName, *toValueName, *typeName;
 };
 
+#define CONVERSIONS(type, toValue) type##ToString, toValue, #type, #toValue
 const Conversions kAll[] = {
-    {addressAssignmentTypeToString, stringToAddressAssignmentType, {1, 2, 3}, "DHCP", 0,
-     "addressAssignmentTypeToString", "stringToAddressAssignmentType", "addressAssignmentType"},
-    {hostNameAssignmentTypeToString, stringToHostNameAssignmentType, {1, 2, 3, 4}, "", 5,
-     "hostNameAssignmentTypeToString", "stringToHostNameAssignmentType", "hostNameAssignmentType"},
-    {physicalConnectionTypeToString, StringToPhysicalConnectionType, {1, 2}, "unknown", 3,
-     "physicalConnectionTypeToString", "StringToPhysicalConnectionType", "physicalConnectionType"},
-    {speedTypeToString, StringToSpeedType, {1, 10, 100, 1000}, "unknown", 2, "speedTypeToString",
-     "StringToSpeedType", "speedType"},
-    {duplexTypeToString, StringToDuplexType, {1, 2, 3}, " full", -1, "duplexTypeToString", "StringToDuplexType",
-     "duplexType"},
-    {wirelessEnetAuthenticationTypeToString, StringToWirelessEnetAuthenticationType, {1, 2, 3, 4}, "WPA-PSK", 0,
-     "wirelessEnetAuthenticationTypeToString", "StringToWirelessEnetAuthenticationType",
-     "wirelessEnetAuthenticationType"},
-    {wirelessEnetEncryptionTypeToString, StringToWirelessEnetEncryptionType, {1, 2}, nullptr, 0,
-     "wirelessEnetEncryptionTypeToString", "StringToWirelessEnetEncryptionType", "wirelessEnetEncryptionType"},
+    {CONVERSIONS(addressAssignmentType, stringToAddressAssignmentType), "static dhcp bootp", "DHCP", {1, 2, 3}, 0},
+    {CONVERSIONS(hostNameAssignmentType, stringToHostNameAssignmentType),
+     "static macDerived dhcpAssigned dnsReverseLookup", "", {1, 2, 3, 4}, 5},
+    {CONVERSIONS(physicalConnectionType, StringToPhysicalConnectionType), "wired wireless", "unknown", {1, 2}, 3},
+    {CONVERSIONS(speedType, StringToSpeedType), "auto 10 100 1000", "unknown", {1, 10, 100, 1000}, 2},
+    {CONVERSIONS(duplexType, StringToDuplexType), "half full auto", " full", {1, 2, 3}, -1},
+    {CONVERSIONS(wirelessEnetAuthenticationType, StringToWirelessEnetAuthenticationType), "open shared wpa wpa-psk",
+     "WPA-PSK", {1, 2, 3, 4}, 0},
+    {CONVERSIONS(wirelessEnetEncryptionType, StringToWirelessEnetEncryptionType), "none wep", nullptr, {1, 2}, 0},
 };
+#undef CONVERSIONS
 
 }  // namespace
 
-// Every named value survives the round trip; values without a word and words
-// that are not accepted (case, blanks, "unknown", NULL) are reported.
+// Every named value has its word and survives the round trip; values without
+// a word and words that are not accepted (case, blanks, "unknown", NULL) are
+// reported.
 TEST(EnumConversions, RoundTripsAndRefusals) {
     LogCapture log(1);
     for (const Conversions &c : kAll) {
-        for (int32_t value : c.accepted) EXPECT_EQ(c.toValue(c.toWord(value)), value) << c.typeName;
+        std::string words;
+        for (int32_t value : c.accepted) {
+            EXPECT_EQ(c.toValue(c.toWord(value)), value) << c.typeName;
+            words += std::string(words.empty() ? "" : " ") + c.toWord(value);
+        }
+        EXPECT_EQ(words, c.words);
         EXPECT_EQ(log.text(), "");
         EXPECT_EQ(c.toWord(c.valueWithoutWord), nullptr);
         EXPECT_EQ(c.toValue(c.refusedWord), 0);
-        std::string word = c.refusedWord != nullptr ? c.refusedWord : "(null)";
-        expectReports(log, {{c.toWordName, "Unknown " + std::string(c.typeName) + " '" +
-                                               std::to_string(c.valueWithoutWord) + "'"},
-                            {c.toValueName, "Unknown " + std::string(c.typeName) + " '" + word + "'"}});
+        std::string unknown = ": Unknown " + std::string(c.typeName) + " '";
+        expectReports(log, {c.typeName + ("ToString" + unknown) + std::to_string(c.valueWithoutWord) + "'",
+                            c.toValueName + unknown + (c.refusedWord != nullptr ? c.refusedWord : "(null)") + "'"});
         log.clear();
     }
-    EXPECT_STREQ(hostNameAssignmentTypeToString(HOST_NAME_DNS_REVERSE_LOOKUP), "dnsReverseLookup");
-    EXPECT_STREQ(speedTypeToString(SPEED_1000), "1000");
-    EXPECT_STREQ(duplexTypeToString(DUPLEX_AUTO), "auto");
-    EXPECT_STREQ(wirelessEnetAuthenticationTypeToString(WIRELESS_AUTHENTICATION_WPA_PSK), "wpa-psk");
-    // "unknown" exists in this direction only.
+    // "unknown" exists in this direction only; speeds in megabits.
     EXPECT_STREQ(physicalConnectionTypeToString(0), "unknown");
     EXPECT_STREQ(duplexTypeToString(0), "unknown");
-    EXPECT_EQ(log.text(), "");
-}
-
-TEST(EnumConversions, SpeedInMegabits) {
-    LogCapture log(1);
     EXPECT_EQ(speedTypeToInt(SPEED_10), 10);
     EXPECT_EQ(speedTypeToInt(SPEED_1000), 1000);
+    EXPECT_EQ(log.text(), "");
     EXPECT_EQ(speedTypeToInt(SPEED_AUTO), -1);
     EXPECT_EQ(speedTypeToInt(SPEED_UNKNOWN), -1);
-    expectReports(log, {{"speedTypeToInt", "Bad speedType '1' for int conversion"},
-                        {"speedTypeToInt", "Bad speedType '0' for int conversion"}});
+    expectReports(log, {"speedTypeToInt: Bad speedType '1' for int conversion",
+                        "speedTypeToInt: Bad speedType '0' for int conversion"});
 }

@@ -3,15 +3,36 @@
 // (-Wl,--wrap), so a run can fail one chosen allocation and count blocks.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <string>
-
-#include "ConfigTree.h"
+#include "ConfigCommands.h"
 
 namespace {
 
 long gCallsBeforeFailure = -1;  // -1: no failure armed
 long gLiveBlocks = 0;           // blocks from the wrapped calloc not yet released
+
+// Fails each allocation of a parse in turn: every run that hits a failure
+// yields nothing (or, for an asset tag, drops just that tag), reports it and
+// leaves no block behind. Returns the number of allocations of a whole parse.
+long failEachAllocation(const char *configuration) {
+    Delivered delivered;
+    EXPECT_EQ(delivered.parse(envelopes({configuration})), 0);
+    for (long failing = 0;; ++failing) {
+        LogCapture log(1);
+        gLiveBlocks = 0;
+        gCallsBeforeFailure = failing;
+        Platform record(parseConfigurationCommand(delivered.commands.at(0).record));
+        bool hit = gCallsBeforeFailure < 0;
+        gCallsBeforeFailure = -1;
+        if (!hit) return failing;
+        EXPECT_TRUE(log.contains(":Error while memory allocation\n")) << "allocation " << failing;
+        if (record != nullptr) {
+            EXPECT_TRUE(log.contains(reportLine("parsePair", "Error while memory allocation")));
+            EXPECT_TRUE(record->assetTags != nullptr && record->assetTags->next == nullptr);
+        }
+        record.reset();
+        EXPECT_EQ(gLiveBlocks, 0) << "allocation " << failing;
+    }
+}
 
 }  // namespace
 
@@ -22,42 +43,15 @@ void __real_free(void *block);
 void *__wrap_calloc(std::size_t count, std::size_t size) {
     if (gCallsBeforeFailure >= 0 && gCallsBeforeFailure-- == 0) return nullptr;
     void *block = __real_calloc(count, size);
-    if (block != nullptr) ++gLiveBlocks;
+    gLiveBlocks += block != nullptr;
     return block;
 }
 
 void __wrap_free(void *block) {
-    if (block != nullptr) --gLiveBlocks;
+    gLiveBlocks -= block != nullptr;
     __real_free(block);
 }
 }
-
-namespace {
-
-// Fails each allocation of a parse in turn: every run that hits a failure
-// yields nothing (or, for an asset tag, drops just that tag), reports it and
-// leaves no block behind. Returns the number of allocations of a whole parse.
-long failEachAllocation(const char *outline) {
-    Command command = commandFrom(outline);
-    for (long failing = 0;; ++failing) {
-        LogCapture log(1);
-        gLiveBlocks = 0;
-        gCallsBeforeFailure = failing;
-        Platform record(parseConfigurationCommand(command.get()));
-        bool hit = gCallsBeforeFailure < 0;
-        gCallsBeforeFailure = -1;
-        if (!hit) return failing;
-        EXPECT_TRUE(log.contains(":Error while memory allocation\n")) << "allocation " << failing;
-        if (record != nullptr) {
-            EXPECT_TRUE(log.contains(reportLine("parsePair", "Error while memory allocation")));
-            EXPECT_EQ(listTexts(record->assetTags, &PairStruct::key).size(), 1u);
-        }
-        record.reset();
-        EXPECT_EQ(gLiveBlocks, 0) << "allocation " << failing;
-    }
-}
-
-}  // namespace
 
 TEST(ConfigAllocation, ExhaustedMemoryFailsTheCommandWithoutLeaks) {
     // record, adapter, 2 suffixes, 2 DNS servers, 1 WINS server, 2 tags
@@ -69,20 +63,11 @@ TEST(ConfigAllocation, ExhaustedMemoryFailsTheCommandWithoutLeaks) {
 TEST(ConfigAllocation, AddOperationsReportExhaustedMemory) {
     Platform record(newPlatformData());
     LogCapture log(1);
-    for (auto add : {+[](PlatformData *p) -> void * { return addNetworkInterface(p); },
-                     +[](PlatformData *p) -> void * { return addApplication(p); },
-                     +[](PlatformData *p) -> void * { return addPort(p); },
-                     +[](PlatformData *p) -> void * { return addStorage(p); }}) {
-        gCallsBeforeFailure = 0;
-        EXPECT_EQ(add(record.get()), nullptr);
-    }
-    gCallsBeforeFailure = -1;
-    EXPECT_EQ(record->networkInterfaces, nullptr);
-    EXPECT_EQ(record->applications, nullptr);
-    std::string text = log.text();
-    EXPECT_NE(text.find(reportLine("addNetworkInterface", "Error while memory allocation")), std::string::npos);
-    EXPECT_NE(text.find(reportLine("addApplication", "Failed to allocate memory for new application structure")),
-              std::string::npos);
-    EXPECT_NE(text.find(reportLine("addPort", "Error while memoy allocation")), std::string::npos);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3);
+    auto failing = [&](auto add) { return gCallsBeforeFailure = 0, add(record.get()) == nullptr; };
+    EXPECT_TRUE(failing(addNetworkInterface) && failing(addApplication) && failing(addPort) && failing(addStorage));
+    static const PlatformData zero{};
+    EXPECT_EQ(std::memcmp(record.get(), &zero, sizeof zero), 0);
+    expectReports(log, {"addNetworkInterface: Error while memory allocation",
+                        "addApplication: Failed to allocate memory for new application structure",
+                        "addPort: Error while memoy allocation"});
 }
