@@ -18,29 +18,6 @@
 #include "LogCapture.h"
 #include "XmlParserHarness.h"
 
-// The end of a report line: the function-name column and the message.
-inline std::string reportLine(std::string function, const std::string &message) {
-    if (function.size() < 25) function.resize(25, ' ');
-    return "[" + function + "] :" + message + "\n";
-}
-
-using Report = std::string;  // "function: message"
-
-// The log holds exactly these reports, in this order (source file and line
-// columns aside).
-inline void expectReports(const LogCapture &log, const std::vector<Report> &reports) {
-    constexpr std::size_t kSourceAndLine = 26;  // "[CommandParser  ][123    ]"
-    std::string expected, logged, text = log.text();
-    for (const Report &report : reports) {
-        expected += reportLine(report.substr(0, report.find(": ")), report.substr(report.find(": ") + 2));
-    }
-    for (std::size_t at = 0, end; at < text.size(); at = end + 1) {
-        end = std::min(text.find('\n', at), text.size());
-        logged += text.substr(at + kSourceAndLine, end - at - kSourceAndLine + 1);
-    }
-    EXPECT_EQ(logged, expected);
-}
-
 struct PlatformDataFree {
     void operator()(PlatformData *record) const { freePlatformData(record), std::free(record); }
 };

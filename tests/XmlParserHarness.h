@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "ConfigTree.h"  // report checks
+#include "LogCapture.h"
 #include "TransportData.h"
 #include "XmlParser.h"
 
