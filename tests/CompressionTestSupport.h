@@ -8,10 +8,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <random>
+#include <sstream>
 #include <string>
 
 struct FileCloser { void operator()(FILE *file) const { std::fclose(file); } };
@@ -24,8 +24,9 @@ inline void writeFile(const std::string &path, const std::string &data) {
 }
 
 inline std::string readFile(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    std::ostringstream all;
+    all << std::ifstream(path, std::ios::binary).rdbuf();
+    return all.str();
 }
 
 // Blocks of text-like and of random bytes, alternating at uneven lengths.
@@ -79,7 +80,7 @@ struct TempDir {
         return std::string(mkdtemp(pattern));
     }();
     TempDir() = default;
-    TempDir(const TempDir &) = delete;  // the directory has one owner
+    TempDir(const TempDir &) = delete;  // one owner: the destructor removes the directory
     TempDir &operator=(const TempDir &) = delete;
     ~TempDir() { std::filesystem::remove_all(path); }
     std::string operator/(const std::string &name) const { return path + "/" + name; }

@@ -150,7 +150,8 @@ TEST(CompressionSplit, FilePiecesAreWholeReadsUpToTheLimit) {
     const std::string input = mixedData(200000), piece = dir / "piece";
     writeFile(dir / "in", input);
     // The piece limit, and the input bytes of every piece but the last.
-    const std::pair<int64_t, std::size_t> limits[] = {{40000, 65536}, {1, 32768}, {1 << 20, 200000}};
+    const std::pair<int64_t, std::size_t> limits[] = {
+        {40000, 65536}, {1, 32768}, {32768, 32768}, {1 << 20, 200000}};
     for (const auto &[limit, pieceInput] : limits) {
         File in = openFile(dir / "in", "rb");
         for (std::size_t offset = 0; offset < input.size();) {
@@ -186,8 +187,7 @@ TEST(CompressionFailures, FileToFileStatusForBadPathsStreamsRecordsAndImages) {
     const std::string missing = dir / "missing", small = dir / "small";
     writeFile(small, "small input, small input");
     LogCapture log(3);
-    CompressionProgress progress = newProgress(5);
-    progress.compressedSize = 77;
+    CompressionProgress progress{nullptr, nullptr, 5, 77};
     EXPECT_EQ(CalculateCompressedSize(missing.c_str(), &progress), -1);
     EXPECT_EQ(CalculateCompressedSize(small.c_str(), nullptr), -1);
     // A device that opens but cannot be read: still 0, and the record keeps its size.
