@@ -249,7 +249,7 @@ TEST(CompressionFailures, CallbacksEndTheTransfer) {
         EXPECT_EQ(callback(dest, 1, sizeof dest, nullptr), 0u);
         EXPECT_EQ(callback(dest, SIZE_MAX / 2, 3, &none), 0u);
         EXPECT_EQ(callback(dest, 1, sizeof dest, &none), 0u);
-        none.splitMode = 1;  // a split upload piece without a source
+        none.pieceLimit = none.splitMode = 1;  // a split upload piece without a source
         EXPECT_EQ(callback(dest, 1, sizeof dest, &none), 0u);
         release(none, inflateEnd, true);
     }
