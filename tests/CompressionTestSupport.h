@@ -14,9 +14,7 @@
 #include <sstream>
 #include <string>
 
-struct FileCloser {
-    void operator()(FILE *file) const { std::fclose(file); }
-};
+struct FileCloser { void operator()(FILE *file) const { std::fclose(file); } };
 using File = std::unique_ptr<FILE, FileCloser>;
 
 inline File openFile(const std::string &path, const char *mode) { return File(std::fopen(path.c_str(), mode)); }
@@ -26,9 +24,8 @@ inline void writeFile(const std::string &path, const std::string &data) {
 }
 
 inline std::string readFile(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream all;
-    all << in.rdbuf();
+    std::ostringstream all;
+    all << std::ifstream(path, std::ios::binary).rdbuf();
     return all.str();
 }
 
@@ -36,25 +33,18 @@ inline std::string readFile(const std::string &path) {
 inline std::string mixedData(std::size_t size, unsigned seed = 7) {
     std::mt19937 random(seed);
     std::string data;
-    data.reserve(size);
-    bool text = true;
-    while (data.size() < size) {
-        const std::size_t block = std::min<std::size_t>(size - data.size(), 1000 + random() % 9000);
-        for (std::size_t i = 0; i < block; ++i)
+    for (bool text = true; data.size() < size; text = !text) {
+        const std::size_t end = std::min<std::size_t>(size, data.size() + 1000 + random() % 9000);
+        while (data.size() < end)
             data.push_back(text ? "the quick brown fox jumps\n"[random() % 26] : static_cast<char>(random()));
-        text = !text;
     }
     return data;
 }
 
-// data deflated with the given window bits (31 gzip, 15 zlib, -15 raw) and
-// an optional preset dictionary.
-inline std::string zlibStream(const std::string &data, int windowBits, const std::string &dictionary = "") {
+// data deflated with the given window bits (31 gzip, 15 zlib, -15 raw).
+inline std::string zlibStream(const std::string &data, int windowBits) {
     z_stream stream{};
     deflateInit2(&stream, 6, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
-    if (!dictionary.empty())
-        deflateSetDictionary(&stream, reinterpret_cast<const Bytef *>(dictionary.data()),
-                             static_cast<uInt>(dictionary.size()));
     std::string out(deflateBound(&stream, data.size()), '\0');
     stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(data.data()));
     stream.avail_in = static_cast<uInt>(data.size());
@@ -69,35 +59,29 @@ inline std::string zlibStream(const std::string &data, int windowBits, const std
 // The content of exactly one complete gzip member and nothing after it.
 inline std::optional<std::string> gunzipMember(const std::string &gz) {
     z_stream stream{};
-    if (inflateInit2(&stream, 31) != Z_OK) return std::nullopt;
+    inflateInit2(&stream, 31);
     stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(gz.data()));
     stream.avail_in = static_cast<uInt>(gz.size());
     std::string out;
     int status = Z_OK;
-    while (status == Z_OK) {
-        char chunk[16384];
+    for (char chunk[16384]; status == Z_OK; out.append(chunk, sizeof chunk - stream.avail_out)) {
         stream.next_out = reinterpret_cast<Bytef *>(chunk);
         stream.avail_out = sizeof chunk;
         status = inflate(&stream, Z_NO_FLUSH);
-        out.append(chunk, sizeof chunk - stream.avail_out);
     }
-    const bool whole = status == Z_STREAM_END && stream.avail_in == 0;
     inflateEnd(&stream);
-    return whole ? std::optional<std::string>(out) : std::nullopt;
+    return status == Z_STREAM_END && stream.avail_in == 0 ? std::optional<std::string>(out) : std::nullopt;
 }
 
-class TempDir {
-public:
-    TempDir() {
+// A fresh directory, removed with everything in it.
+struct TempDir {
+    std::string path = [] {
         char pattern[] = "/tmp/zovgzXXXXXX";
-        path_ = mkdtemp(pattern);
-    }
-    ~TempDir() { std::filesystem::remove_all(path_); }
-    TempDir(const TempDir &) = delete;
+        return std::string(mkdtemp(pattern));
+    }();
+    TempDir() = default;
+    TempDir(const TempDir &) = delete;  // one owner: the destructor removes the directory
     TempDir &operator=(const TempDir &) = delete;
-
-    std::string operator/(const std::string &name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
+    ~TempDir() { std::filesystem::remove_all(path); }
+    std::string operator/(const std::string &name) const { return path + "/" + name; }
 };
