@@ -212,6 +212,24 @@ bool XmlWriter::nodeList(const ZovNode *node) noexcept {
 
 }  // namespace zov
 
+namespace {
+
+// Reports a missing source, then a missing destination chain, under the
+// calling writer's name; true when both are given.
+bool chainsGiven(const CharBuffer *destBuffer, const CharBuffer *srcBuffer, const char *function) {
+    if (srcBuffer == nullptr) {
+        ZOV_REPORT_AS(function, 1, "NULL srcBuffer");
+        return false;
+    }
+    if (destBuffer == nullptr) {
+        ZOV_REPORT_AS(function, 1, "NULL destBuffer");
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
 extern "C" {
 
 // Exported through its declaration in XmlFunctions.h.
@@ -281,14 +299,7 @@ ZOV_API void addBoolElement(CharBuffer *buffer, const char *tagName, int value) 
 }
 
 ZOV_API void addCharBufferRawData(CharBuffer *destBuffer, CharBuffer *srcBuffer) {
-    if (srcBuffer == nullptr) {
-        ZOV_REPORT(1, "NULL srcBuffer");
-        return;
-    }
-    if (destBuffer == nullptr) {
-        ZOV_REPORT(1, "NULL destBuffer");
-        return;
-    }
+    if (!chainsGiven(destBuffer, srcBuffer, __func__)) return;
     std::size_t length = chainDataLength(srcBuffer);
     zov::XmlWriter writer(destBuffer);
     appendChainData(writer, srcBuffer, length);
@@ -300,14 +311,7 @@ ZOV_API void addCharBufferElement(CharBuffer *destBuffer, const char *tagName,
         ZOV_REPORT(1, "NULL tagName");
         return;
     }
-    if (srcBuffer == nullptr) {
-        ZOV_REPORT(1, "NULL srcBuffer");
-        return;
-    }
-    if (destBuffer == nullptr) {
-        ZOV_REPORT(1, "NULL destBuffer");
-        return;
-    }
+    if (!chainsGiven(destBuffer, srcBuffer, __func__)) return;
     std::size_t length = chainDataLength(srcBuffer);
     zov::XmlWriter writer(destBuffer);
     writer.openTag(tagName);
