@@ -127,12 +127,12 @@ TEST(MimeDecoding, PartHeadersAndContents) {
     // A part's header lines, one by one; base64 content over several lines.
     const std::string bytes = randomBytes(5000);
     Parts parts = decode(
-        "--XyZ\r\nX-Empty:\r\nno colon here\r\n::X-Lead:  v\r\nX-Twice: first\r\nX-Long: " + std::string(200, 'v') +
+        "--XyZ\r\nX-Empty:\r\nno colon here\r\n::X-Lead:  v\r\nX-Twice: first"
         "\r\nX-Twice: second\r\nX-Times: 10:30\r\n X-Blank : b\r\n\r\nc\r\n"
         "--XyZ\r\nContent-Transfer-Encoding: base64\r\n\r\n" + base64Text(bytes, 76) + "--XyZ--\r\n");
     ASSERT_NE(parts, nullptr);
     EXPECT_EQ(pairsOf(parts->headers), (HeaderPairs{{"X-Empty", ""}, {"X-Lead", "v"}, {"X-Twice", "second"},
-                                                    {"X-Long", std::string(131, 'v')}, {"X-Times", "10:30"},
+                                                    {"X-Times", "10:30"},
                                                     {"X-Blank ", "b"}}));
     EXPECT_EQ(contentsOf(parts.get()), (Contents{"c", bytes}));
 
