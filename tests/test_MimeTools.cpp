@@ -132,13 +132,12 @@ TEST(MimeDecoding, PartHeadersAndContents) {
         "--XyZ\r\nContent-Transfer-Encoding: base64\r\n\r\n" + base64Text(bytes, 76) + "--XyZ--\r\n");
     ASSERT_NE(parts, nullptr);
     EXPECT_EQ(pairsOf(parts->headers), (HeaderPairs{{"X-Empty", ""}, {"X-Lead", "v"}, {"X-Twice", "second"},
-                                                    {"X-Times", "10:30"},
-                                                    {"X-Blank ", "b"}}));
+                                                    {"X-Times", "10:30"}, {"X-Blank ", "b"}}));
     EXPECT_EQ(contentsOf(parts.get()), (Contents{"c", bytes}));
 
     // Many header lines, names repeated, with leading blanks or cut to the
-    // same 79 characters, give the list that adding them one by one gives; a
-    // long line and many parts come whole.
+    // same 79 characters, give the list that adding them one by one gives.
+    // (Long lines and many parts: test_DeepAndWide.)
     std::string body = "--XyZ\r\n";
     Headers added;
     for (int i = 0; i < 3000; ++i) {
@@ -146,16 +145,10 @@ TEST(MimeDecoding, PartHeadersAndContents) {
         body += name + ": " + std::to_string(i) + "\r\n";
         httpPayloadAddHeader(&added.head, name.c_str(), std::to_string(i).c_str());
     }
-    Contents expected{"<e>" + std::string(300000, 'x') + "</e>"};
-    body += "\r\n" + expected[0] + "\r\n";
-    for (int i = 0; i < 20000; ++i) {
-        expected.push_back(std::to_string(i));
-        body += "--XyZ\r\nN: " + expected.back() + "\r\n\r\n" + expected.back() + "\r\n";
-    }
-    parts = decode(body + "--XyZ--\r\n");
+    parts = decode(body + "\r\nc\r\n--XyZ--\r\n");
     ASSERT_NE(parts, nullptr);
     EXPECT_EQ(pairsOf(parts->headers), pairsOf(added.head));
-    EXPECT_TRUE(contentsOf(parts.get()) == expected);
+    EXPECT_EQ(contentsOf(parts.get()), Contents{"c"});
 }
 
 TEST(MimeDecoding, ContentLengthAndMissingArguments) {
