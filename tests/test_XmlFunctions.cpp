@@ -121,7 +121,7 @@ TEST(XmlWriter, ChainsAcrossLinks) {
     freeAllCharBuffers(chain);
 }
 
-TEST(XmlTagSearch, MatchingLimitsAndBadArguments) {
+TEST(XmlTagSearch, MatchingAndBadArguments) {
     LogCapture log(1);
     const char *walk = "<a>x</a><a>y</a>";
     const struct {
