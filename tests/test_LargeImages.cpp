@@ -44,6 +44,7 @@ struct Source {
         for (uint64_t offset : at) made = made && pwrite(fd, &offset, 8, static_cast<off_t>(offset)) == 8;
         if (fd >= 0) close(fd);
         EXPECT_TRUE(made) << path;
+        if (!made) return;
         File in = openFile(path, "rb");
         std::vector<Bytef> chunk(1 << 20);
         while (std::size_t got = std::fread(chunk.data(), 1, chunk.size(), in.get()))
