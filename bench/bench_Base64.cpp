@@ -1,6 +1,6 @@
 // Decoding a 32 MiB base64 chain, next to the system's `base64 -d` decoding
 // the same text from a file in the same run (counter base64_d_MiBps: the best
-// of three runs, process start included).
+// of three runs, process start included); and one line of 12 and of 96 MiB.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -11,6 +11,7 @@
 
 #include <unistd.h>
 
+#include "LargeBlocks.h"
 #include "../tests/TransportData.h"
 #include "Base64.h"
 #include "internal/Chain.h"
@@ -54,5 +55,24 @@ void BM_Base64DecodeCharBuffer(benchmark::State &state) {
     state.counters["base64_d_MiBps"] = systemDecoderSpeed(text);
 }
 BENCHMARK(BM_Base64DecodeCharBuffer)->Arg(32 << 20)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// One line of base64 text of the given length in MB, at two sizes 8x apart.
+void BM_Base64OneLine(benchmark::State &state) {
+    keepLargeBlocksOnTheHeap();
+    const std::size_t length = static_cast<std::size_t>(state.range(0)) << 20;
+    std::string text;
+    text.reserve(length);
+    while (text.size() < length) text += "YWJj";
+    CharBuffer *src = createCharBuffer();
+    zov::ChainAppender(src).append(text);
+    for (auto _ : state) {
+        CharBuffer *dest = createCharBuffer();
+        benchmark::DoNotOptimize(base64DecodeCharBuffer(dest, src));
+        freeAllCharBuffers(dest);
+    }
+    freeAllCharBuffers(src);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * length));
+}
+BENCHMARK(BM_Base64OneLine)->Arg(12)->Arg(96)->Unit(benchmark::kMillisecond);
 
 }  // namespace

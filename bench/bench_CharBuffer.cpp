@@ -1,9 +1,12 @@
 // Appending and reading back chains: the internal appender and reader (linear)
-// next to the public addDataToCharBuffer, which walks the chain per append.
+// next to the public addDataToCharBuffer, which walks the chain per append;
+// and one very long line through the public line reader.
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
 #include <string>
 
+#include "LargeBlocks.h"
 #include "CharBuffer.h"
 #include "internal/Chain.h"
 
@@ -49,5 +52,23 @@ void BM_PublicAddDataToCharBuffer(benchmark::State &state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * total));
 }
 BENCHMARK(BM_PublicAddDataToCharBuffer)->Arg(1 << 20)->Arg(8 << 20)->Unit(benchmark::kMillisecond);
+
+// One line of the given length in MB read with the public getCharBufferLine,
+// at two sizes 8x apart.
+void BM_OneLongLine(benchmark::State &state) {
+    keepLargeBlocksOnTheHeap();
+    const std::size_t length = static_cast<std::size_t>(state.range(0)) << 20;
+    CharBuffer *chain = createCharBuffer();
+    zov::ChainAppender(chain).append(std::string(length, 'x') + "\n");
+    for (auto _ : state) {
+        int position = 0;
+        char *line = getCharBufferLine(chain, &position);
+        if (line == nullptr || static_cast<std::size_t>(position) != length + 1) state.SkipWithError("line not read");
+        std::free(line);
+    }
+    freeAllCharBuffers(chain);
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * length));
+}
+BENCHMARK(BM_OneLongLine)->Arg(12)->Arg(96)->Unit(benchmark::kMillisecond);
 
 }  // namespace

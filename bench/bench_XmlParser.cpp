@@ -29,7 +29,9 @@
 #include <string>
 
 #include "CharBuffer.h"
+#include "XmlFunctions.h"
 #include "XmlParser.h"
+#include "ZovLogger.h"
 
 extern "C" {
 void *__libc_malloc(size_t size);
@@ -263,6 +265,60 @@ void BM_PeakHeap(benchmark::State &state) {
     state.SetLabel(mode == 0 ? "parser, string" : mode == 1 ? "parser, chain" : "raw expat");
 }
 BENCHMARK(BM_PeakHeap)->Arg(0)->Arg(1)->Arg(2)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// Extreme shapes, each at two sizes 8x apart (equal elements per second
+// show that parse, write-back and release stay linear): a command element nested
+// `levels` deep, or holding `siblings` leaf elements. Each iteration parses,
+// writes the tree back as XML and releases the records.
+std::string nestedDocument(std::size_t levels) {
+    std::string xml = "<commandEnvelope><commandGuid>g</commandGuid><c>";
+    for (std::size_t i = 0; i < levels; ++i) xml += "<n>";
+    xml += "tip";
+    for (std::size_t i = 0; i < levels; ++i) xml += "</n>";
+    return xml + "</c></commandEnvelope>";
+}
+
+std::string siblingDocument(std::size_t siblings) {
+    std::string xml = "<commandEnvelope><commandGuid>g</commandGuid><c>";
+    for (std::size_t i = 0; i < siblings; ++i) xml += "<s>" + std::to_string(i) + "</s>";
+    return xml + "</c></commandEnvelope>";
+}
+
+void parseWriteRelease(benchmark::State &state, const std::string &xml) {
+    for (auto _ : state) {
+        Callee callee;
+        parseIntoRecords(xml, nullptr, callee);
+        CharBuffer *written = createCharBuffer();
+        addSubNodeStringsRecursive(written, callee.chain != nullptr ? callee.chain->rootNode : nullptr);
+        benchmark::DoNotOptimize(getTotalBufferLength(written));
+        freeAllCharBuffers(written);
+        callee.release();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void BM_NestedEnvelope(benchmark::State &state) {
+    parseWriteRelease(state, nestedDocument(static_cast<std::size_t>(state.range(0))));
+}
+BENCHMARK(BM_NestedEnvelope)->Arg(12500)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+void BM_SiblingEnvelope(benchmark::State &state) {
+    parseWriteRelease(state, siblingDocument(static_cast<std::size_t>(state.range(0))));
+}
+BENCHMARK(BM_SiblingEnvelope)->Arg(125000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+// The logger's dump of the sibling tree, into /dev/null.
+void BM_DumpSiblingTree(benchmark::State &state) {
+    Callee callee;
+    parseIntoRecords(siblingDocument(static_cast<std::size_t>(state.range(0))), nullptr, callee);
+    zovLoggerSetLogFileName("/dev/null");
+    zovLoggerSetLogToFile(1);
+    for (auto _ : state) dumpZovNode("tree", 1, 1, callee.chain->rootNode);
+    zovLoggerSetLogToFile(0);
+    callee.release();
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_DumpSiblingTree)->Arg(125000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 // One element holding 8 MB of text in short lines (expat hands it over in
 // about a million chunks).

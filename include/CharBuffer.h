@@ -92,8 +92,13 @@ ZOV_API void addCharBufferToCharBuffer(CharBuffer *dest, CharBuffer *src);
 ZOV_API CharBuffer *charBufferCopy(CharBuffer *bufferPointer);
 
 /* Copies src without its leading blanks (' ' only; tabs stay, and trailing
- * blanks are kept) into dest, a buffer of size bytes: at most size - 1
- * characters, the rest of dest NUL-filled. */
+ * blanks are kept) into dest, a buffer of size bytes: the first size - 1
+ * characters at most (a longer text is cut, silently), always terminated, the
+ * rest of dest NUL-filled. The blanks are skipped before the cut, so they do
+ * not count against size. A NULL src gives the empty text; a NULL dest or a
+ * size below 1 writes nothing. httpPayloadAddHeader trims names into
+ * HTTP_HEADER_NAME_SIZE and values into HTTP_HEADER_VALUE_SIZE bytes this
+ * way. */
 ZOV_API void stringTrim(const char *src, char *dest, int size);
 
 #ifdef __cplusplus

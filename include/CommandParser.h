@@ -32,9 +32,14 @@
  * The kind of link is not stored as a value: a wired adapter has speed and
  * duplex set and no wireless profiles, a wireless one the reverse.
  *
- * Words are compared exactly and case-sensitively; texts are copied into the
- * record's 1024-byte fields, longer ones cut to 1023 characters with the
- * report "truncating charArray = '%s'".
+ * Words are compared exactly and case-sensitively. Every text (locale, host
+ * name, MAC address, addresses, DNS suffixes, server addresses, SSIDs, WEP
+ * keys, asset tag keys and values) is copied into a 1024-byte field of the
+ * record: a text of up to 1023 characters whole and silently, a longer one
+ * cut to its first 1023 characters with the report
+ * "truncating charArray = '%s'" (the whole text), and the command goes on.
+ * The "true"/"false" flags are read into 10 bytes: a flag of 10 characters or
+ * more is reported as cut and then as an unexpected value.
  *
  * Reports go through zovLogger with the source file "CommandParser": every
  * fault where it is found, then once more per enclosing section that has a

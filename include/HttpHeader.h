@@ -4,8 +4,10 @@
  * A list is a pointer to its first record (NULL for an empty list); whoever
  * holds the head owns every record. Names match byte for byte, case included:
  * "Content-Type" and "content-type" are two different headers. Records hold
- * copies of the caller's strings, cut to 79 characters (name) and 131
- * characters (value), always terminated.
+ * copies of the caller's strings in fixed fields, always terminated: a name of
+ * at most 79 characters and a value of at most 131. Longer names and values
+ * are cut to that length without a report, so two names that agree in their
+ * first 79 characters are the same header.
  *
  * Nothing in this family writes to the log.
  */
@@ -18,23 +20,25 @@
 extern "C" {
 #endif
 
+/* Field sizes: the most characters a field holds, plus its terminator. */
 #define HTTP_HEADER_NAME_SIZE 80
 #define HTTP_HEADER_VALUE_SIZE 132
 
 typedef struct HttpHeader {
-    char name[HTTP_HEADER_NAME_SIZE];   /* at most 79 characters */
-    char value[HTTP_HEADER_VALUE_SIZE]; /* at most 131 characters */
+    char name[HTTP_HEADER_NAME_SIZE];   /* at most 79 characters, terminated */
+    char value[HTTP_HEADER_VALUE_SIZE]; /* at most 131 characters, terminated */
     struct HttpHeader *next;            /* following header, NULL in the last */
 } HttpHeader;
 
 /* Sets, adds or removes one header of the list whose head is *list (list itself
  * must not be NULL; *list may be NULL, an empty list).
  *
- * The name loses its leading blanks and is cut to 79 characters; the result is
- * the key. With a NULL value the first header with that key is removed (0 also
+ * The name loses its leading blanks and is then cut to 79 characters (as
+ * stringTrim does with HTTP_HEADER_NAME_SIZE); the result is the key, so a
+ * longer name updates the header named by its first 79 characters. With a NULL value the first header with that key is removed (0 also
  * when there is none; removing the head makes its successor the head).
- * Otherwise the value loses its leading blanks and is cut to 131 characters
- * ("" is stored like any other value): the first header with that key takes the
+ * Otherwise the value loses its leading blanks and is then cut to 131
+ * characters, silently ("" is stored like any other value): the first header with that key takes the
  * new value in place, without moving, or a new header is appended at the end
  * (becoming the head of an empty list).
  *
@@ -42,14 +46,17 @@ typedef struct HttpHeader {
  * new record cannot be allocated. */
 ZOV_API int httpPayloadAddHeader(HttpHeader **list, const char *name, const char *value);
 
-/* The value of the first header whose name equals name exactly (not trimmed),
- * or NULL when there is none, the list is empty or name is NULL. The pointer
+/* The value of the first header whose name equals name exactly (not trimmed,
+ * not cut: a name of more than 79 characters finds nothing), or NULL when
+ * there is none, the list is empty or name is NULL. The pointer
  * addresses the record's value field: it stays valid until that header is
  * removed or the list freed, and shows later updates of the header. */
 ZOV_API char *httpPayloadGetHeader(HttpHeader *list, const char *name);
 
 /* A deep copy of the list in the same order; the caller frees it with
- * httpPayloadFreeHeaders. NULL for an empty list. When memory runs out the copy
+ * httpPayloadFreeHeaders. Each copy takes at most 79 characters of the name
+ * and 131 of the value and is terminated, also when a record built by hand
+ * fills a field without a terminator. NULL for an empty list. When memory runs out the copy
  * ends before the record that could not be allocated (NULL if it was the
  * first); nothing is reported. */
 ZOV_API HttpHeader *httpPayloadCopyHeaders(const HttpHeader *list);

@@ -11,10 +11,13 @@
  *     line; the rest of the line is ignored) are skipped.
  *   - Each part starts with header lines "name: value" (name before the first
  *     colon, leading colons skipped; value after it; both lose their leading
- *     blanks, while a blank before the colon stays part of the name;
- *     names cut to 79 characters, values to 131; a later header of the same
- *     name replaces the earlier one; a line without a colon, or whose colon is
- *     its last character, adds nothing), ended by an empty line.
+ *     blanks, while a blank before the colon stays part of the name). They
+ *     are added to the part's list as httpPayloadAddHeader adds them: the
+ *     name cut to 79 characters and the value to 131 (the fixed fields of
+ *     HttpHeader), silently, so a later header whose name agrees with an
+ *     earlier one in its first 79 characters replaces that one's value. A
+ *     line without a colon, or whose colon is its last character, adds
+ *     nothing. The header lines end at an empty line.
  *   - The content is rebuilt from the following lines: each line without its
  *     line end, with a line feed between a line and the previous one once the
  *     content holds a byte. Empty lines at the very start are lost; the line

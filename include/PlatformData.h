@@ -8,7 +8,12 @@
  * entries.
  *
  * Every record is allocated zeroed and has a fixed size. Every text is a
- * 1024-byte array holding at most 1023 characters and a terminating NUL.
+ * 1024-byte array (ZOV_PLATFORM_TEXT_SIZE) holding at most 1023 characters
+ * and a terminating NUL. parseConfigurationCommand copies a longer text of
+ * the command cut to its first 1023 characters, with a report (see
+ * CommandParser.h); WEP keys, SSIDs, addresses, suffixes and asset tags
+ * alike. The add operations leave the texts empty: whoever fills one keeps
+ * to that size.
  * Every list is singly linked through `next`, ends in NULL and grows at its
  * tail. The fields named agentReserved... and agentContent are the agent's:
  * the library never reads or writes them (apart from zeroing them on
@@ -33,6 +38,7 @@
 extern "C" {
 #endif
 
+/* Size of every text field: at most 1023 characters and the terminator. */
 #define ZOV_PLATFORM_TEXT_SIZE 1024
 
 /* One address (a DNS or WINS server, or an entry of AddressAssignmentStatic). */
@@ -49,7 +55,7 @@ typedef struct DnsSuffixStruct {
 
 /* One WEP key; its position in the list is its order in the command. */
 typedef struct WepKeyStruct {
-    char key[ZOV_PLATFORM_TEXT_SIZE];
+    char key[ZOV_PLATFORM_TEXT_SIZE]; /* any text of at most 1023 characters; longer keys are cut */
     struct WepKeyStruct *next;
 } WepKeyStruct;
 

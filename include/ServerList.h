@@ -26,9 +26,10 @@ typedef struct ServerList {
     struct ServerList *next;   /* the following entry, NULL in the last */
 } ServerList;
 
-/* Appends a copy of url (cut to 1023 characters) at the end of list, which may
- * be NULL (an empty list); the same URL may be added more than once. Returns
- * the head of the list: the new entry when list was NULL, list otherwise, so
+/* Appends a copy of url at the end of list, which may be NULL (an empty list);
+ * the same URL may be added more than once. A URL of more than 1023
+ * characters is stored cut to its first 1023, without a report. Returns the
+ * head of the list: the new entry when list was NULL, list otherwise, so
  *     head = addServerToList(head, url);
  * keeps the list. Returns NULL, with the list unchanged, when the entry cannot
  * be allocated ("malloc error") or url is NULL ("bad arguments"); a caller
@@ -52,7 +53,9 @@ ZOV_API void freeServerList(ServerList *list);
  * Buffers: host and path are the caller's and are written without a length
  * limit; each receives at most the characters of url after "://" plus the
  * terminator, and path always receives the default "/" first, so buffers of
- * strlen(url) + 1 bytes (path at least 2) always suffice.
+ * strlen(url) + 1 bytes (path at least 2) always suffice; for the URL of a
+ * list entry (getServerUrl) that is SERVER_URL_SIZE bytes each. The URL
+ * itself has no length limit here.
  *
  * *port is set to 80 and path to "/" first (so both hold these after a
  * failure too; 80 whatever the scheme). The host runs from after the first

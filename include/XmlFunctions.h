@@ -123,20 +123,24 @@ ZOV_API void addSubNodeStringsRecursive(CharBuffer *buffer, ZovNode *node);
  * "</tagName>" from that opening tag on; the element's text lies between the
  * two. They return the position just after that closing tag, inside xml (the
  * terminating NUL when it ends the text), so repeated elements are walked by
- * calling again from there; NULL when either tag is missing (no report). A
- * tagName of more than 124 characters is refused with "bad arguments". */
+ * calling again from there; NULL when either tag is missing (no report). The
+ * two tags are built in 128-byte buffers, so tagName holds at most 124
+ * characters: a longer one is refused with "bad arguments" and NULL, before
+ * any search. */
 
-/* Stores a new copy of the element's text in *contents (the caller frees it);
- * an empty text leaves *contents NULL. NULL contents: "bad arguments", NULL.
- * Otherwise *contents is set to NULL first; NULL xml or tagName: "bad
- * arguments", NULL. When the copy cannot be allocated: "Error while allocation
+/* Stores a new copy of the element's text, of any length, in *contents (the
+ * caller frees it); an empty text leaves *contents NULL. NULL contents: "bad
+ * arguments", NULL. Otherwise *contents is set to NULL first; NULL xml or
+ * tagName, or a tagName of more than 124 characters: "bad arguments", NULL. When the copy cannot be allocated: "Error while allocation
  * memory", *contents stays NULL and the position is still returned. */
 ZOV_API char *getXmlTagPosition(const char *xml, const char *tagName, char **contents);
 
 /* Copies the element's text into contents, a caller's buffer of at least 1024
- * bytes, which is made empty before the search. A text of more than 1023
- * bytes returns NULL, silently, with contents empty. NULL xml, tagName or
- * contents: "bad arguments", NULL, contents untouched. */
+ * bytes: at most 1023 bytes of text and the terminator, nothing written past
+ * them. The buffer is made empty before the search. A text of more than 1023
+ * bytes is not copied: NULL, silently, with contents empty (getXmlTagPosition
+ * has no such limit). NULL xml, tagName or contents, or a tagName of more than
+ * 124 characters: "bad arguments", NULL, contents untouched. */
 ZOV_API char *getSimpleXmlTagPosition(const char *xml, const char *tagName, char *contents);
 
 /* ------------------------------------------------------------------------- */

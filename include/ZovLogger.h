@@ -48,8 +48,10 @@ ZOV_API int zovLoggerGetLogLevel(void);
 /* Non-zero: append to the log file; zero (the initial state): write to stderr. */
 ZOV_API void zovLoggerSetLogToFile(int enabled);
 
-/* Sets the path of the log file. A name of 1024 characters or more is refused
- * and the previous name stays. NULL is ignored. */
+/* Sets the path of the log file, copied into the logger's 1024-byte
+ * logFileName: at most 1023 characters. A name of 1024 characters or more is
+ * refused, silently, and the previous name stays (a cut name would be another
+ * path). NULL is ignored. The name takes effect at the next call that writes. */
 ZOV_API void zovLoggerSetLogFileName(const char *name);
 
 /* Writes text to the log stream as it is: no header, no newline, no level test. */

@@ -127,18 +127,17 @@ TEST(MimeDecoding, PartHeadersAndContents) {
     // A part's header lines, one by one; base64 content over several lines.
     const std::string bytes = randomBytes(5000);
     Parts parts = decode(
-        "--XyZ\r\nX-Empty:\r\nno colon here\r\n::X-Lead:  v\r\nX-Twice: first\r\nX-Long: " + std::string(200, 'v') +
+        "--XyZ\r\nX-Empty:\r\nno colon here\r\n::X-Lead:  v\r\nX-Twice: first"
         "\r\nX-Twice: second\r\nX-Times: 10:30\r\n X-Blank : b\r\n\r\nc\r\n"
         "--XyZ\r\nContent-Transfer-Encoding: base64\r\n\r\n" + base64Text(bytes, 76) + "--XyZ--\r\n");
     ASSERT_NE(parts, nullptr);
     EXPECT_EQ(pairsOf(parts->headers), (HeaderPairs{{"X-Empty", ""}, {"X-Lead", "v"}, {"X-Twice", "second"},
-                                                    {"X-Long", std::string(131, 'v')}, {"X-Times", "10:30"},
-                                                    {"X-Blank ", "b"}}));
+                                                    {"X-Times", "10:30"}, {"X-Blank ", "b"}}));
     EXPECT_EQ(contentsOf(parts.get()), (Contents{"c", bytes}));
 
     // Many header lines, names repeated, with leading blanks or cut to the
-    // same 79 characters, give the list that adding them one by one gives; a
-    // long line and many parts come whole.
+    // same 79 characters, give the list that adding them one by one gives.
+    // (Long lines and many parts: test_DeepAndWide.)
     std::string body = "--XyZ\r\n";
     Headers added;
     for (int i = 0; i < 3000; ++i) {
@@ -146,16 +145,10 @@ TEST(MimeDecoding, PartHeadersAndContents) {
         body += name + ": " + std::to_string(i) + "\r\n";
         httpPayloadAddHeader(&added.head, name.c_str(), std::to_string(i).c_str());
     }
-    Contents expected{"<e>" + std::string(300000, 'x') + "</e>"};
-    body += "\r\n" + expected[0] + "\r\n";
-    for (int i = 0; i < 20000; ++i) {
-        expected.push_back(std::to_string(i));
-        body += "--XyZ\r\nN: " + expected.back() + "\r\n\r\n" + expected.back() + "\r\n";
-    }
-    parts = decode(body + "--XyZ--\r\n");
+    parts = decode(body + "\r\nc\r\n--XyZ--\r\n");
     ASSERT_NE(parts, nullptr);
     EXPECT_EQ(pairsOf(parts->headers), pairsOf(added.head));
-    EXPECT_TRUE(contentsOf(parts.get()) == expected);
+    EXPECT_EQ(contentsOf(parts.get()), Contents{"c"});
 }
 
 TEST(MimeDecoding, ContentLengthAndMissingArguments) {

@@ -24,16 +24,16 @@ Split split(const std::string &url) {
 
 }  // namespace
 
-TEST(ServerList, KeepsTheOrderOfAdditionAndCutsLongUrls) {
+TEST(ServerList, KeepsTheOrderOfAddition) {
     LogCapture log(1);
-    const std::vector<std::string> urls{"https://one", "https://two", "https://one", std::string(2000, 'u')};
+    const std::vector<std::string> urls{"https://one", "https://two", "https://one"};
     ServerList *head = addServerToList(nullptr, urls[0].c_str());
     for (std::size_t i = 1; i < urls.size(); ++i) EXPECT_EQ(addServerToList(head, urls[i].c_str()), head);
     EXPECT_EQ(addServerToList(head, nullptr), nullptr);
     std::vector<std::string> walked;
     for (ServerList *entry = head; entry != nullptr; entry = getNextServer(entry))
         walked.push_back(getServerUrl(entry));
-    EXPECT_EQ(walked, (std::vector<std::string>{urls[0], urls[1], urls[2], urls[3].substr(0, 1023)}));
+    EXPECT_EQ(walked, urls);
     EXPECT_EQ(getNextServer(nullptr), nullptr);
     EXPECT_EQ(getServerUrl(nullptr), nullptr);
     EXPECT_TRUE(log.contains("[ServerList     ]"));

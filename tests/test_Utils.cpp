@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "CharBuffer.h"
 #include "LogCapture.h"
@@ -24,13 +24,12 @@ TEST(Utils, TrimsAndStringEdits) {
     EXPECT_EQ(zovStringTrim(std::string("x").data(), nullptr), nullptr);
     EXPECT_TRUE(log.contains("[XmlFunctions   ][") && log.contains("[zovStringTrim            ] :bad arguments\n"));
 
-    // stringTrim copies without leading blanks (' ' only), bounded by the size.
-    struct { const char *src; int size; const char *dest; } copies[] = {
-        {"  ab", 80, "ab"}, {"\tab", 80, "\tab"}, {"   ", 80, ""}, {"ab  ", 80, "ab  "}, {" abcdef", 4, "abc"}};
-    for (const auto &c : copies) {
-        std::vector<char> dest(80, '#');
-        stringTrim(c.src, dest.data(), c.size);
-        EXPECT_STREQ(dest.data(), c.dest) << c.src;
+    // stringTrim copies without leading blanks (' ' only); its bound is in test_Limits.
+    const std::pair<const char *, const char *> copies[] = {{"  ab", "ab"}, {"\tab", "\tab"}, {"   ", ""}, {"ab  ", "ab  "}};
+    for (const auto &[src, expected] : copies) {
+        char dest[80];
+        stringTrim(src, dest, sizeof dest);
+        EXPECT_STREQ(dest, expected) << src;
     }
 
     char spaced[] = "\t x", blank[] = "";

@@ -51,16 +51,6 @@ TEST(ZovNode, SearchByNameOnlyAmongDirectSubNodes) {
     freeZovNode(root);
 }
 
-TEST(ZovNode, FreeReleasesLongListsAndDeepTrees) {
-    // Checked for leaks and stack use under the sanitizers.
-    ZovNode *head = newZovNode("head", nullptr), *tip = head, *last = head;
-    head->spare = std::malloc(8);
-    for (int i = 0; i < 200000; ++i) tip = addNewZovSubNode(tip, "d", "t");
-    for (int i = 0; i < 200000; ++i) addNewZovSubNode(last = last->nextNode = newZovNode("s", nullptr), "sub", "t");
-    freeZovNode(head);
-    freeZovNode(nullptr);
-}
-
 TEST(ZovNode, RecordsStartWithARootOfTheirKind) {
     AllZovStructs *all = newAllZovStructs();
     all->resultStruct = newZovResultStruct();
