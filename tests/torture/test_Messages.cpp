@@ -63,13 +63,15 @@ Response load(const std::string &name) {
 }
 
 // A multipart body whose base64 attachment holds an illegal character in its
-// first slice of 1000 characters: decoded from there on only at the end.
+// first slice of 1000 characters: decoded from there on only at the end. Its
+// boundary token is too long to be kept without an allocation.
 Response illegalBase64() {
     std::string encoded = base64Text(randomBytes(1500));
     encoded[10] = '*';
-    return {{{"Content-Type", "multipart/mixed; boundary=\"b\""}},
-            "--b\r\nContent-Type: text/xml\r\n\r\n<zovMessage/>\r\n--b\r\nContent-Transfer-Encoding: base64\r\n\r\n" +
-                encoded + "\r\n--b--\r\n"};
+    const std::string delimiter = "--" + std::string(30, 'b');
+    return {{{"Content-Type", "multipart/mixed; boundary=\"" + delimiter.substr(2) + "\""}},
+            delimiter + "\r\nContent-Type: text/xml\r\n\r\n<zovMessage/>\r\n" + delimiter +
+                "\r\nContent-Transfer-Encoding: base64\r\n\r\n" + encoded + "\r\n" + delimiter + "--\r\n"};
 }
 
 Response withLength(Response response) {
@@ -135,7 +137,8 @@ std::string parse(const char *xml, bool fromChain = false) {
 // allocation, or a result in which a part, or the end of a content, is missing.
 const std::vector<std::string> kMimeReports = {"processMime: Error while memory allocation\n",
                                                "decodeMimeCharBuffer: Error while memory allocation\n",
-                                               "getMimePart: Error while memory allocation\n"};
+                                               "getMimePart: Error while memory allocation\n",
+                                               "decodeMimeCharBuffer: boundaryToken not found in Content-Type header="};
 const std::vector<std::string> kMimeLosses = {kLinkFailed, "getMimePart: Error while memory allocation\n"};
 // And of parsing: an element without its node or its text, a record or a
 // field missing, or (expat out of memory) the rest of the document.
