@@ -153,7 +153,10 @@ private:
             httpPayloadAddHeader(&header, key, value);
             return;
         }
-        if (httpPayloadAddHeader(tail_, key, value) != 0) return;
+        // The name is never NULL: only exhausted memory refuses it. A part
+        // without one of its headers (its transfer encoding, say) would be
+        // read wrongly, so the decoding fails instead.
+        if (httpPayloadAddHeader(tail_, key, value) != 0) throw std::bad_alloc();
         HttpHeader *added = *tail_;
         tail_ = &added->next;
         index_.emplace(std::string_view(added->name), added);

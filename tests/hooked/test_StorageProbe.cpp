@@ -8,7 +8,7 @@
 
 #include <sys/stat.h>
 
-#include "ConfigCommands.h"
+#include "LogCapture.h"
 #include "Utils.h"
 
 namespace {
