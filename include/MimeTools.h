@@ -64,13 +64,16 @@ typedef struct MimeStruct {
  * as a new NUL-terminated string (free it with free) and *rest the chain of the
  * further parts, NULL when there are none (release it with freeMimeStruct).
  * A plain (not multipart) body comes back whole in *text, an empty body as "".
+ * When memory runs out for that string, *text is NULL and the result still 0;
+ * for the rest, see decodeMimeCharBuffer.
  *
  * Returns -1, leaving *text and *rest untouched, when:
  *   - there is no "Content-Length": "Error, no Content-Length specified";
  *   - its value does not fit a signed 32-bit count:
  *     "Error, Content-Length '%s' out of range";
  *   - text or rest is NULL, or data is NULL for a non-zero length: "bad arguments";
- *   - memory runs out: "Error while memory allocation";
+ *   - the record that receives the parts cannot be allocated:
+ *     "Error while memory allocation";
  *   - decodeMimeCharBuffer fails (see there). */
 ZOV_API int processMime(HttpHeader *headers, const char *data, char **text, MimeStruct **rest);
 
@@ -93,7 +96,16 @@ ZOV_API int processMime(HttpHeader *headers, const char *data, char **text, Mime
  * "Content-Type" ("Content-Type not found in http headers") or boundary token
  * ("boundaryToken not found in Content-Type header='%s'"); and, without a
  * further report, for a multipart body whose first part is missing or unclosed,
- * or a part whose transfer encoding is neither "base64" nor "8bit". */
+ * or a part whose transfer encoding is neither "base64" nor "8bit".
+ *
+ * When memory runs out the result is what the data that could be held gives:
+ * a part record that cannot be made ("Error while memory allocation" from
+ * getMimePart) or a line that cannot be held ends the input there, so the
+ * part being read is dropped (-1 when it is the first); a header that cannot
+ * be stored is left out of its part; content bytes that cannot be appended
+ * are lost with "Error in adding CharBuffer"; the copies of a plain body end
+ * where memory ran out (a NULL body when not even its first link could be
+ * made, as for an empty input). */
 ZOV_API int decodeMimeCharBuffer(HttpHeader *headers, CharBuffer *input, MimeStruct *out);
 
 /* Packages the chain parts, the XML envelope first, as one new record holding

@@ -104,35 +104,46 @@ bool getBoundaryToken(std::string_view contentType, std::string &token) noexcept
     return true;
 }
 
+// The delimiter lines of a token: "--" + token begins a part, "--" + token +
+// "--" closes the message. Held in place: tokens have at most 198 characters.
 class Delimiters {
 public:
-    explicit Delimiters(std::string_view token)
-        : open_(std::string("--").append(token)), close_(open_ + "--") {}
+    explicit Delimiters(const std::string &token) noexcept
+        : token_(token.c_str()), size_(2 + std::min(token.size(), kTokenSearch - 1)) {
+        std::memcpy(lines_, "--", 2);
+        std::memcpy(lines_ + 2, token.data(), size_ - 2);
+        std::memcpy(lines_ + size_, "--", 2);
+    }
 
-    const char *token() const noexcept { return open_.c_str() + 2; }
-    bool opens(const std::string &line) const noexcept { return startsWith(line, open_); }
-    bool closes(const std::string &line) const noexcept { return startsWith(line, close_); }
+    const char *token() const noexcept { return token_; }
+    bool opens(const std::string &line) const noexcept { return startsWith(line, size_); }
+    bool closes(const std::string &line) const noexcept { return startsWith(line, size_ + 2); }
 
 private:
-    static bool startsWith(const std::string &line, const std::string &prefix) noexcept {
-        return line.compare(0, prefix.size(), prefix) == 0;
+    bool startsWith(const std::string &line, std::size_t size) const noexcept {
+        return line.compare(0, size, lines_, size) == 0;
     }
-    std::string open_;
-    std::string close_;
+
+    const char *token_;
+    std::size_t size_;  // of the opening line
+    char lines_[kTokenSearch + 4];
 };
 
 // The header list of a part being read. Headers are added by
 // httpPayloadAddHeader's rules (trimmed and cut, a repeated name updating its
 // record in place), but a name is found through an index and a new header is
 // linked at the remembered tail: a part with any number of header lines is
-// read in linear time. May throw std::bad_alloc; the list stays whole.
+// read in linear time. A header that cannot be stored for want of memory is
+// left out, as httpPayloadAddHeader leaves it; when the index itself cannot
+// grow, the rest of the part's headers go through httpPayloadAddHeader on
+// the whole list.
 class PartHeaders {
 public:
-    explicit PartHeaders(HttpHeader **list) noexcept : tail_(list) {}
+    explicit PartHeaders(HttpHeader **list) noexcept : list_(list), tail_(list) {}
 
     // Adds the header of a part header line "name:value\n", if it holds one.
     // The line is read as a C string and cut in place.
-    void addLine(std::string &line) {
+    void addLine(std::string &line) noexcept {
         char *name = line.data();
         name += std::strspn(name, ":");
         char *colon = std::strchr(name, ':');
@@ -144,9 +155,13 @@ public:
     }
 
 private:
-    void add(const char *name, const char *value) {
+    void add(const char *name, const char *value) noexcept {
         char key[HTTP_HEADER_NAME_SIZE];
         stringTrim(name, key, sizeof key);
+        if (unindexed_) {
+            httpPayloadAddHeader(list_, key, value);
+            return;
+        }
         auto found = index_.find(std::string_view(key));
         if (found != index_.end()) {
             HttpHeader *header = found->second;  // a list whose head has the name
@@ -156,10 +171,17 @@ private:
         if (httpPayloadAddHeader(tail_, key, value) != 0) return;
         HttpHeader *added = *tail_;
         tail_ = &added->next;
-        index_.emplace(std::string_view(added->name), added);
+        try {
+            index_.emplace(std::string_view(added->name), added);
+        } catch (const std::bad_alloc &) {
+            unindexed_ = true;
+            index_.clear();
+        }
     }
 
+    HttpHeader **list_;
     HttpHeader **tail_;
+    bool unindexed_ = false;
     // Ordered, so that no choice of names by the sender degrades the lookups.
     std::map<std::string_view, HttpHeader *> index_;
 };
@@ -203,12 +225,11 @@ public:
 
     explicit FlatInput(std::string_view bytes) noexcept : bytes_(bytes) {}
     bool empty() const noexcept { return bytes_.empty(); }
+    // A chain holding the bytes; when memory runs out it holds those that
+    // fitted (reported as a failed append), or is NULL without a first link.
     CharBuffer *copy() const noexcept {
         CharBuffer *chain = createCharBuffer();
-        if (chain != nullptr && !zov::ChainAppender(chain).append(bytes_)) {
-            freeAllCharBuffers(chain);
-            return nullptr;
-        }
+        if (chain != nullptr) zov::ChainAppender(chain).append(bytes_);
         return chain;
     }
     Reader reader() const noexcept { return Reader(bytes_); }
@@ -255,19 +276,18 @@ private:
 template <class Reader>
 class MultipartReader {
 public:
-    MultipartReader(Reader reader, std::string_view token) : reader_(reader), delimiters_(token) {}
+    MultipartReader(Reader reader, const std::string &token) noexcept : reader_(reader), delimiters_(token) {}
 
     // Skips the lines before the first delimiter line, and that line.
-    void skipPreamble() {
-        while (reader_.nextLine(line_) && !delimiters_.opens(line_)) {
+    void skipPreamble() noexcept {
+        while (nextLine() && !delimiters_.opens(line_)) {
         }
     }
 
     // Reads one part: headers, empty line, content, up to and including the
     // next delimiter line; sets last when that line is the closing delimiter.
-    // NULL (the part dropped) when the input ends first. May throw
-    // std::bad_alloc (long lines); nothing leaks then.
-    MimeStruct *getMimePart(bool &last) {
+    // NULL (the part dropped) when the input ends first.
+    MimeStruct *getMimePart(bool &last) noexcept {
         last = false;
         base64_.reset();
         PartPtr part(newPart());
@@ -278,7 +298,7 @@ public:
         ContentBuilder content(part->body);
         PartHeaders headers(&part->headers);
         bool inBody = false;
-        while (reader_.nextLine(line_)) {
+        while (nextLine()) {
             if (delimiters_.opens(line_)) {
                 last = delimiters_.closes(line_);
                 return part.release();
@@ -313,21 +333,33 @@ public:
     }
 
 private:
+    // Reads the next line into line_; false at the end of the input. A line
+    // that cannot be held for want of memory ends the input there, as a line
+    // reader that cannot allocate its line does.
+    bool nextLine() noexcept {
+        if (exhausted_) return false;
+        try {
+            return reader_.nextLine(line_);
+        } catch (const std::bad_alloc &) {
+            exhausted_ = true;
+            return false;
+        }
+    }
+
     Reader reader_;
+    bool exhausted_ = false;
     Delimiters delimiters_;
     std::string line_;
     std::optional<zov::Base64SliceDecoder> base64_;  // content decoder of a base64 part
 };
 
 template <class Input>
-int splitMultipart(const Input &input, std::string_view token, MimeStruct *out) {
+int splitMultipart(const Input &input, const std::string &token, MimeStruct *out) noexcept {
+    // out's empty content (NULL when memory ran out) gives way to the first
+    // part's.
     out->headers = nullptr;
     out->next = nullptr;
     out->body = createCharBuffer();
-    if (out->body == nullptr) {
-        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
-        return -1;
-    }
     MultipartReader parts(input.reader(), token);
     parts.skipPreamble();
     bool last = false;
@@ -350,18 +382,15 @@ int splitMultipart(const Input &input, std::string_view token, MimeStruct *out) 
     return 0;
 }
 
-// decodeMimeCharBuffer on a chain or on bytes in memory. May throw
-// std::bad_alloc (long lines); see decodeGuarded.
+// decodeMimeCharBuffer on a chain or on bytes in memory.
 template <class Input>
-int decodeMime(HttpHeader *headers, const Input &input, MimeStruct *out) {
+int decodeMime(HttpHeader *headers, const Input &input, MimeStruct *out) noexcept {
     if (input.empty()) {
         ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "Empty input buffer");
         out->headers = nullptr;
         out->next = nullptr;
-        out->body = createCharBuffer();
-        if (out->body != nullptr) return 0;
-        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
-        return -1;
+        out->body = createCharBuffer();  // NULL when memory ran out
+        return 0;
     }
     const char *contentType = httpPayloadGetHeader(headers, kContentType);
     if (contentType == nullptr) {
@@ -371,11 +400,10 @@ int decodeMime(HttpHeader *headers, const Input &input, MimeStruct *out) {
     std::string_view type = valueText(contentType);
     if (type.find("multipart") == std::string_view::npos) {
         ZOV_REPORT_AS("decodeMimeCharBuffer", 3, "not a MIME message");
+        // Copies that memory cut short end where it ran out.
         out->headers = httpPayloadCopyHeaders(headers);
         out->body = input.copy();
-        if (out->body != nullptr) return 0;
-        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
-        return -1;
+        return 0;
     }
     std::string token;
     if (!getBoundaryToken(type, token)) {
@@ -387,16 +415,6 @@ int decodeMime(HttpHeader *headers, const Input &input, MimeStruct *out) {
     return splitMultipart(input, token, out);
 }
 
-template <class Input>
-int decodeGuarded(HttpHeader *headers, const Input &input, MimeStruct *out) noexcept {
-    try {
-        return decodeMime(headers, input, out);
-    } catch (const std::bad_alloc &) {
-        ZOV_REPORT_AS("decodeMimeCharBuffer", 1, "Error while memory allocation");
-    } catch (...) {
-    }
-    return -1;
-}
 
 // Appends all data of src; a missing src reports as addCharBufferToCharBuffer
 // does.
@@ -453,13 +471,8 @@ ZOV_API int processMime(HttpHeader *headers, const char *data, char **text, Mime
         return -1;
     }
     FlatInput body(count > 0 ? std::string_view(data, count) : std::string_view());
-    if (decodeGuarded(headers, body, record.get()) != 0) return -1;
-    char *first = charBufferToChar(record->body);
-    if (first == nullptr) {
-        ZOV_REPORT(1, "Error while memory allocation");
-        return -1;
-    }
-    *text = first;
+    if (decodeMime(headers, body, record.get()) != 0) return -1;
+    *text = charBufferToChar(record->body);  // NULL when memory ran out
     *rest = record->next;
     record->next = nullptr;
     return 0;
@@ -478,7 +491,7 @@ ZOV_API int decodeMimeCharBuffer(HttpHeader *headers, CharBuffer *input, MimeStr
         ZOV_REPORT(1, "decodeMimeCharBuffer: Error, out is null\n");
         return -1;
     }
-    return decodeGuarded(headers, ChainInput(input), out);
+    return decodeMime(headers, ChainInput(input), out);
 }
 
 ZOV_API MimeStruct *packageMime(MimeStruct *parts) {
