@@ -1,19 +1,15 @@
-// Images of more than 4 GiB through the file compressors and decompressor and
-// through the transfer callbacks: sizes, the gzip trailer (CRC-32 and ISIZE,
-// the size modulo 2^32) and the progress numbers must hold past 2^32. The
-// source is a sparse file, compressed at level 0 so that compressed sizes pass
-// 2^32 too, and no image is stored: compressed bytes go through a pipe or
-// straight into a download callback. Opt-in: ZOV_LARGE_TESTS=1 (see README).
+// Images of more than 4 GiB: sizes, the gzip trailer (CRC-32 and ISIZE, the
+// size modulo 2^32) and the progress numbers must hold past 2^32. No image is
+// stored, and the source is sparse, compressed at level 0 so that compressed
+// sizes pass 2^32 too. Opt-in: ZOV_LARGE_TESTS=1 (see README).
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
-#include <cstring>
-#include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "Compression.h"
@@ -22,241 +18,123 @@
 
 namespace {
 
-constexpr uint64_t k4GiB = uint64_t{1} << 32;
-constexpr uint64_t kSize = k4GiB + 98765;  // not a multiple of the 32768-byte reads
-constexpr uint64_t kPieceLimit = k4GiB + 1;
-constexpr std::size_t kBlock = 256 << 10;  // a transfer's block
+constexpr uint64_t k4GiB = uint64_t{1} << 32, kSize = k4GiB + 98765;  // not a multiple of the 32768-byte reads
+constexpr uint64_t kLimit = k4GiB + 1, kEstimate = kSize + 12345;
+// What each call compresses: the whole source, or a piece of kLimit bytes
+// (uploads) or of whole 32768-byte reads until kLimit is passed (files).
+const std::vector<uint64_t> kWhole{kSize}, kUploadPieces{kLimit, kSize - kLimit},
+    kFilePieces{k4GiB + 32768, kSize - k4GiB - 32768};
 
-// The source: holes (zeros) with a marker every 256 MiB, one across 2^32 and
-// one at the end; in /dev/shm when there is one, where holes read fastest.
-struct Source {
-    std::string path;
-    uLong crc = crc32(0, nullptr, 0);
-
-    Source() {
-        const char *tmp = std::getenv("TMPDIR");
-        path = std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : tmp != nullptr ? tmp : "/tmp") +
-               "/zovlargeXXXXXX";
-        const int fd = mkstemp(path.data());
-        bool made = fd >= 0 && ftruncate(fd, static_cast<off_t>(kSize)) == 0;
-        std::vector<uint64_t> at{k4GiB - 5, kSize - 8};
-        for (uint64_t offset = 0; offset < kSize; offset += uint64_t{1} << 28) at.push_back(offset);
-        for (uint64_t offset : at) made = made && pwrite(fd, &offset, 8, static_cast<off_t>(offset)) == 8;
-        if (fd >= 0) close(fd);
-        EXPECT_TRUE(made) << path;
-        if (!made) return;
-        File in = openFile(path, "rb");
-        std::vector<Bytef> chunk(1 << 20);
-        while (std::size_t got = std::fread(chunk.data(), 1, chunk.size(), in.get()))
-            crc = crc32(crc, chunk.data(), static_cast<uInt>(got));
-    }
-    Source(const Source &) = delete;
-    Source &operator=(const Source &) = delete;
-    ~Source() { std::remove(path.c_str()); }
-};
-
-// A write-only stream that counts its bytes, keeps the last eight (a gzip
-// member's trailer), checksums them if asked, and passes them on to a pipe.
+// Counts bytes, checksums them and keeps the last eight (a gzip trailer:
+// CRC-32 in the low word, ISIZE in the high one).
 struct Tally {
-    bool checksum = false;
-    int pipe = -1;
-    uint64_t size = 0;
+    uint64_t size = 0, tail = 0;
     uLong crc = crc32(0, nullptr, 0);
-    unsigned char tail[8] = {};
-
-    File open() {
-        cookie_io_functions_t io{};
-        io.write = [](void *self, const char *data, std::size_t n) -> ssize_t {
-            return static_cast<Tally *>(self)->add(data, n) ? static_cast<ssize_t>(n) : -1;
-        };
-        return File(fopencookie(this, "wb", io));
-    }
-    bool add(const char *data, std::size_t n) {
+    std::size_t add(const char *data, std::size_t n) {
         const auto *bytes = reinterpret_cast<const Bytef *>(data);
-        if (checksum) crc = crc32(crc, bytes, static_cast<uInt>(n));
-        for (std::size_t i = n > 8 ? n - 8 : 0; i < n; ++i) std::memmove(tail, tail + 1, 7), tail[7] = bytes[i];
+        crc = crc32(crc, bytes, static_cast<uInt>(n));
+        for (std::size_t i = n > 8 ? n - 8 : 0; i < n; ++i) tail = tail >> 8 | uint64_t{bytes[i]} << 56;
         size += n;
-        for (std::size_t done = 0; pipe >= 0 && done < n;) {
-            const ssize_t put = write(pipe, data + done, n - done);
-            if (put <= 0) return false;
-            done += static_cast<std::size_t>(put);
-        }
-        return true;
-    }
-    // The trailer's two little-endian words: 0 the CRC-32, 1 ISIZE.
-    uint32_t trailer(int word) const {
-        uint32_t value = 0;
-        for (int i = 3; i >= 0; --i) value = value << 8 | tail[4 * word + i];
-        return value;
+        return n;
     }
 };
 
-// The last progress call of this thread, and whether "now" never went back.
-struct Seen {
-    double dlTotal = -1, dlNow = -1, ulTotal = -1, ulNow = -1;
-    bool ordered = true;
-};
-thread_local Seen seen;
+// A stream over pass: a read calls pass(buffer, n) for the bytes it places, a
+// write pass(data, n) for the bytes it takes.
+template <typename Pass>
+File stream(Pass &pass, const char *mode) {
+    cookie_io_functions_t io{};
+    io.read = [](void *f, char *to, std::size_t n) -> ssize_t { return (*static_cast<Pass *>(f))(to, n); };
+    io.write = [](void *f, const char *from, std::size_t n) -> ssize_t {
+        return (*static_cast<Pass *>(f))(const_cast<char *>(from), n);
+    };
+    return File(fopencookie(&pass, mode, io));
+}
 
-CompressionProgress progressRecord(uint64_t totalSize, int64_t compressedSize) {
+// The numbers of the last progress call.
+using Progress = std::array<uint64_t, 4>;
+Progress seen;
+
+CompressionProgress progressRecord(uint64_t totalSize, uint64_t compressedSize = 0) {
     seen = {};
     return {nullptr, [](void *, double dlTotal, double dlNow, double ulTotal, double ulNow) {
-                seen = {dlTotal, dlNow, ulTotal, ulNow,
-                        seen.ordered && dlNow >= seen.dlNow && ulNow >= seen.ulNow};
+                seen = {uint64_t(dlTotal), uint64_t(dlNow), uint64_t(ulTotal), uint64_t(ulNow)};
                 return 0;
-            }, totalSize, compressedSize};
+            }, totalSize, static_cast<int64_t>(compressedSize)};
 }
-
-// Runs compress(out) in a thread whose out is counted into compressed and
-// passed through a pipe, and decompress(in) here on the pipe's other end.
-template <typename Compress, typename Decompress>
-void throughPipe(Tally &compressed, Compress compress, Decompress decompress) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    fcntl(ends[1], F_SETPIPE_SZ, 1 << 20);
-    compressed.pipe = ends[1];
-    std::thread producer([&] {
-        File out = compressed.open();
-        compress(out.get());
-        out.reset();
-        close(ends[1]);
-    });
-    File in(fdopen(ends[0], "rb"));
-    decompress(in.get());
-    for (char rest[4096]; std::fread(rest, 1, sizeof rest, in.get()) > 0;) {
-    }
-    producer.join();
-}
-
-double asDouble(uint64_t value) { return static_cast<double>(value); }
-
-class LargeImages : public testing::Test {
-protected:
-    void SetUp() override {
-        const char *enabled = std::getenv("ZOV_LARGE_TESTS");
-        if (enabled == nullptr || std::string(enabled) != "1") GTEST_SKIP() << "set ZOV_LARGE_TESTS=1 to run";
-        source.emplace();
-    }
-    std::optional<Source> source;
-    LogCapture log{1};
-};
 
 }  // namespace
 
-// The whole image, and the image in two pieces of which the first passes 4 GiB
-// of input, each member decompressed as it is written.
-TEST_F(LargeImages, FileToFile) {
-    Tally restored{true};
-    File restoredOut = restored.open();
-    File in = openFile(source->path, "rb");
-    const int64_t estimate = static_cast<int64_t>(kSize + 12345);
-    Tally compressed;
-    CompressionProgress down = progressRecord(kSize, 0), up{};
-    Seen upSeen;
-    throughPipe(
-        compressed,
-        [&](FILE *out) {
-            up = progressRecord(kSize, estimate);
-            EXPECT_EQ(CompressAndWrite(in.get(), out, 0, &up), 0);
-            upSeen = seen;
-        },
-        [&](FILE *image) { EXPECT_EQ(UnCompressAndWrite(image, restoredOut.get(), &down), 0); });
-    EXPECT_GT(compressed.size, kSize);
-    EXPECT_EQ(up.compressedSize, static_cast<int64_t>(compressed.size));
-    EXPECT_TRUE(upSeen.ordered && upSeen.dlTotal == 0 && upSeen.dlNow == 0 && upSeen.ulTotal == estimate &&
-                upSeen.ulNow == asDouble(compressed.size));
-    EXPECT_EQ(compressed.trailer(0), source->crc);
-    EXPECT_EQ(compressed.trailer(1), static_cast<uint32_t>(kSize));
-    EXPECT_TRUE(seen.ordered && seen.dlTotal == asDouble(kSize) && seen.dlNow == asDouble(kSize) &&
-                seen.ulTotal == 0 && seen.ulNow == 0);
-    std::fflush(restoredOut.get());
-    EXPECT_EQ(restored.size, kSize);
-    EXPECT_EQ(restored.crc, source->crc);
-
-    // Pieces: whole 32768-byte reads until the limit is passed, then the rest.
+// The whole image, and two pieces of which the first passes 4 GiB of input: from
+// the file compressors into the download callbacks (a whole download goes to
+// /dev/null), and from the upload callbacks into the file decompressor.
+TEST(LargeImages, CompressAndRestore) {
+    const char *enabled = std::getenv("ZOV_LARGE_TESTS");
+    if (enabled == nullptr || std::string(enabled) != "1") GTEST_SKIP() << "set ZOV_LARGE_TESTS=1 to run";
+    LogCapture log(1);
+    // The source, in memory: holes, a marker every 256 MiB, one across 2^32 and one at the end.
+    File in(fdopen(memfd_create("zovlarge", 0), "w+b"));
+    ASSERT_TRUE(in && ftruncate(fileno(in.get()), static_cast<off_t>(kSize)) == 0);
+    const auto mark = [&](uint64_t at) { return pwrite(fileno(in.get()), &at, 8, static_cast<off_t>(at)) == 8; };
+    for (uint64_t at = 0; at < kSize; at += uint64_t{1} << 28) ASSERT_TRUE(mark(at));
+    ASSERT_TRUE(mark(k4GiB - 5) && mark(kSize - 8));
+    Tally source;
+    for (char chunk[1 << 16]; std::size_t got = std::fread(chunk, 1, sizeof chunk, in.get());) source.add(chunk, got);
     std::rewind(in.get());
-    restored = Tally{true};
-    const uint64_t pieceInput[] = {k4GiB + 32768, kSize - k4GiB - 32768};
-    for (uint64_t input : pieceInput) {
-        SCOPED_TRACE(input);
-        Tally piece;
-        throughPipe(
-            piece,
-            [&](FILE *out) {
-                up = progressRecord(kSize, 0);
-                EXPECT_EQ(CompressAndSplitWrite(in.get(), out, 0, &up, kPieceLimit), 0);
-                upSeen = seen;
-            },
-            [&](FILE *image) { EXPECT_EQ(UnCompressAndWrite(image, restoredOut.get(), nullptr), 0); });
-        EXPECT_EQ(up.compressedSize, static_cast<int64_t>(piece.size));
-        EXPECT_TRUE(upSeen.ordered && upSeen.ulTotal == asDouble(kPieceLimit) && upSeen.ulNow == asDouble(input));
-        EXPECT_EQ(piece.trailer(1), static_cast<uint32_t>(input));
-    }
-    EXPECT_NE(std::feof(in.get()), 0);
-    std::fflush(restoredOut.get());
-    EXPECT_EQ(restored.size, kSize);
-    EXPECT_EQ(restored.crc, source->crc);
-}
-
-// A whole upload fed block by block into a whole download, and a split upload
-// of two pieces into a split download.
-TEST_F(LargeImages, TransferCallbacks) {
-    std::string body(kBlock, '\0');
-    // Pulls one transfer's body and delivers each block to download; returns
-    // the body's size and keeps its last eight bytes.
-    const auto transfer = [&](TransferContext &up, TransferContext &down, auto download, Tally &sent) {
-        while (std::size_t placed = CrulReadCallBack_CompressData(body.data(), 1, kBlock, &up)) {
-            sent.add(body.data(), placed);
-            ASSERT_EQ(download(body.data(), 1, placed, &down), placed);
+    std::string path = "/proc/self/fd/" + std::to_string(fileno(in.get())), sink = "/dev/null";
+    for (const bool upload : {false, true}) for (const bool split : {false, true}) {
+        SCOPED_TRACE(std::string(upload ? "upload" : "file") + (split ? " pieces" : " whole"));
+        Tally restored;
+        auto restore = [&](char *data, std::size_t n) { return restored.add(data, n); };
+        File target = stream(restore, "wb");
+        TransferContext ctx{};
+        if (split) ctx.file = upload ? in.get() : target.get(), ctx.pieceLimit = kLimit;
+        else ctx.filePath = upload ? path.data() : sink.data();
+        for (uint64_t input : !split ? kWhole : upload ? kUploadPieces : kFilePieces) {
+            SCOPED_TRACE(input);
+            ctx.bytesRead = 0, ctx.splitMode = upload && split;  // a new upload piece, or download piece not started
+            Tally member;
+            if (upload) {
+                auto receive = [&](char *to, std::size_t n) {
+                    return member.add(to, CrulReadCallBack_CompressData(to, 1, n, &ctx));
+                };
+                File image = stream(receive, "rb");
+                CompressionProgress down = progressRecord(kSize);
+                EXPECT_EQ(UnCompressAndWrite(image.get(), target.get(), &down), 0);
+                EXPECT_EQ(ctx.bytesRead, split ? input : 0);
+                EXPECT_EQ(ctx.stream.total_in, input);
+                EXPECT_EQ(ctx.stream.total_out, member.size);
+                EXPECT_EQ(seen, (Progress{kSize, input, 0, 0}));
+                deflateEnd(&ctx.stream);
+            } else {
+                auto send = [&](char *data, std::size_t n) {
+                    member.add(data, n);
+                    const auto download = split ? download_Split_file_and_Uncompress : download_file_and_Uncompress;
+                    return download(data, 1, n, &ctx);
+                };
+                File out = stream(send, "wb");
+                CompressionProgress up = progressRecord(kSize, kEstimate);
+                EXPECT_EQ(split ? CompressAndSplitWrite(in.get(), out.get(), 0, &up, kLimit)
+                                : CompressAndWrite(in.get(), out.get(), 0, &up), 0);
+                out.reset();
+                EXPECT_EQ(up.compressedSize, static_cast<int64_t>(member.size));
+                EXPECT_EQ(seen, (Progress{0, 0, split ? kLimit : kEstimate, split ? input : member.size}));
+                // The download's stream has checked the trailer and ended.
+                Bytef spare;
+                ctx.stream.next_out = &spare, ctx.stream.avail_out = 1;
+                EXPECT_EQ(inflate(&ctx.stream, Z_FINISH), Z_STREAM_END);
+                EXPECT_EQ(ctx.stream.total_out, input);
+                inflateEnd(&ctx.stream);
+            }
+            std::free(ctx.buffer);
+            EXPECT_GT(member.size, input);
+            EXPECT_EQ(member.tail >> 32, static_cast<uint32_t>(input));
+            EXPECT_TRUE(split || static_cast<uint32_t>(member.tail) == source.crc);
         }
-    };
-
-    TransferContext up{source->path.data(), {}, 0}, down{};
-    std::string sink = "/dev/null";
-    down.filePath = sink.data();
-    Tally sent;
-    transfer(up, down, download_file_and_Uncompress, sent);
-    EXPECT_EQ(up.stream.total_in, kSize);
-    EXPECT_EQ(up.stream.total_out, sent.size);
-    EXPECT_GT(sent.size, kSize);
-    EXPECT_EQ(sent.trailer(0), source->crc);
-    EXPECT_EQ(sent.trailer(1), static_cast<uint32_t>(kSize));
-    // The download's stream has checked the trailer and ended.
-    Bytef spare;
-    down.stream.next_out = &spare;
-    down.stream.avail_out = 1;
-    EXPECT_EQ(inflate(&down.stream, Z_FINISH), Z_STREAM_END);
-    EXPECT_EQ(down.stream.total_out, kSize);
-    for (TransferContext *ctx : {&up, &down}) {
-        (ctx == &up ? deflateEnd : inflateEnd)(&ctx->stream);
-        std::free(ctx->buffer);
-        if (ctx->file != nullptr) std::fclose(ctx->file);
+        if (!split) std::fclose(ctx.file);
+        std::rewind(in.get());
+        std::fflush(target.get());
+        EXPECT_EQ(restored.size, upload || split ? kSize : 0);  // a whole download went to /dev/null
+        EXPECT_EQ(restored.crc, (upload || split ? source : Tally{}).crc);
     }
-
-    Tally restored{true};
-    File in = openFile(source->path, "rb"), target = restored.open();
-    up = TransferContext{};
-    up.file = in.get();
-    up.splitMode = 1;
-    up.pieceLimit = kPieceLimit;
-    down = TransferContext{};
-    down.file = target.get();
-    const uint64_t pieceInput[] = {kPieceLimit, kSize - kPieceLimit};
-    for (uint64_t input : pieceInput) {
-        SCOPED_TRACE(input);
-        up.bytesRead = 0;
-        down.splitMode = 0;
-        Tally piece;
-        transfer(up, down, download_Split_file_and_Uncompress, piece);
-        EXPECT_EQ(up.bytesRead, input);
-        EXPECT_EQ(down.stream.total_out, input);
-        EXPECT_EQ(piece.trailer(1), static_cast<uint32_t>(input));
-        deflateEnd(&up.stream);
-        inflateEnd(&down.stream);
-        std::free(up.buffer);
-        std::free(down.buffer);
-    }
-    std::fflush(target.get());
-    EXPECT_EQ(restored.size, kSize);
-    EXPECT_EQ(restored.crc, source->crc);
 }

@@ -3,13 +3,11 @@
 // long, and one longer, which is cut or refused as the headers say.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "CharBuffer.h"
@@ -22,41 +20,29 @@
 
 namespace {
 
-// length letters, varying, so that a cut shows where it fell.
-std::string letters(std::size_t length) {
-    std::string text(length, 'a');
-    for (std::size_t i = 0; i < length; ++i) text[i] = static_cast<char>('a' + i % 26);
-    return text;
-}
-
 constexpr char kRefused[] = "(refused)";
-
-// The text handed in and what the field holds afterwards.
-using Filled = std::pair<std::string, std::string>;
+using Text = const std::string &;
 
 struct Bound {
     const char *field;
-    std::size_t most;         // characters the field holds
-    bool refusesLonger;       // a longer text is refused (kRefused) instead of cut
-    const char *longerReport; // logged for a longer text only; "" when nothing is ever logged
-    std::function<Filled(std::size_t length, const LogCapture &log)> fill;
+    std::size_t most;                      // characters the field holds
+    bool refusesLonger;                    // a longer text is refused (kRefused) instead of cut
+    const char *longerReport;              // logged for a longer text only; "" when nothing is ever logged
+    std::function<std::string(Text)> fill; // what the field holds after the text was handed in
 };
 
-// A copy of a record built by hand, its field filled with length letters
-// (at the field's size, without a terminator).
+// The field of a copy of a record whose field holds text, unterminated at its size.
 template <std::size_t Size>
-Filled copiedField(char (HttpHeader::*field)[Size], std::size_t length) {
+std::string copied(char (HttpHeader::*field)[Size], const std::string &text) {
     HttpHeader record{};
-    const std::string text = letters(length);
-    std::memcpy(record.*field, text.data(), length);
+    text.copy(record.*field, Size);
     HttpHeader *copy = httpPayloadCopyHeaders(&record);
-    Filled filled{text, copy->*field};
+    const std::string kept = copy->*field;
     httpPayloadFreeHeaders(&copy);
-    return filled;
+    return kept;
 }
 
-// The header list of the second part of a multipart body whose part header
-// lines are these.
+// The header list of the second part of a multipart body with these part header lines.
 HeaderPairs partHeaders(const std::string &lines) {
     const std::string body = "--B\r\n\r\nenvelope\r\n--B\r\n" + lines + "\r\n\r\nx\r\n--B--\r\n";
     Headers http({{"Content-Type", "multipart/mixed; boundary=\"B\""}, {"Content-Length", std::to_string(body.size())}});
@@ -69,138 +55,94 @@ HeaderPairs partHeaders(const std::string &lines) {
     return pairs;
 }
 
-// A path of exactly length characters in dir, its directories made.
-std::string pathOfLength(const TempDir &dir, std::size_t length) {
-    std::string path = dir.path;
-    while (length - path.size() > 250) std::filesystem::create_directory(path += "/" + std::string(200, 'd'));
-    return path + "/" + letters(length - path.size() - 1);
-}
-
 const std::vector<Bound> kBounds{
-    {"HTTP header name", 79, false, "",
-     [](std::size_t length, const LogCapture &) {
-         // Leading blanks do not count; a longer name is found by nothing but
-         // names the header of its first 79 characters.
-         const std::string name = letters(length);
+    {"HTTP header name", 79, false, "", [](Text name) {
+         // Leading blanks do not count; a longer name finds nothing and names a header by its first 79.
          Headers list({{"  " + name, "v"}, {name + "x", "w"}});
-         EXPECT_EQ(httpPayloadGetHeader(list.head, name.c_str()) != nullptr, length <= 79);
-         EXPECT_EQ(pairsOf(list.head).size(), length >= 79 ? 1u : 2u);
-         return Filled{name, list.head->name};
+         EXPECT_EQ(httpPayloadGetHeader(list.head, name.c_str()) != nullptr, name.size() <= 79);
+         EXPECT_EQ(pairsOf(list.head).size(), name.size() >= 79 ? 1u : 2u);
+         return std::string(list.head->name);
      }},
-    {"HTTP header value", 131, false, "",
-     [](std::size_t length, const LogCapture &) {
-         const std::string value = letters(length);
-         Headers list({{"N", "  " + value}});
-         return Filled{value, list.head->value};
+    {"HTTP header value", 131, false, "", [](Text value) {
+         return std::string(Headers({{"N", "  " + value}}).head->value);
      }},
-    {"copied header name", 79, false, "",
-     [](std::size_t length, const LogCapture &) { return copiedField(&HttpHeader::name, length); }},
-    {"copied header value", 131, false, "",
-     [](std::size_t length, const LogCapture &) { return copiedField(&HttpHeader::value, length); }},
-    {"MIME part header name", 79, false, "",
-     [](std::size_t length, const LogCapture &) {
-         const std::string name = letters(length);
+    {"copied header name", 79, false, "", [](Text name) { return copied(&HttpHeader::name, name); }},
+    {"copied header value", 131, false, "", [](Text value) { return copied(&HttpHeader::value, value); }},
+    {"MIME part header name", 79, false, "", [](Text name) {
          const HeaderPairs headers = partHeaders(name + ": v\r\n" + name + "x: w");
-         EXPECT_EQ(headers.size(), length >= 79 ? 1u : 2u);
-         return Filled{name, headers.at(0).first};
+         EXPECT_EQ(headers.size(), name.size() >= 79 ? 1u : 2u);
+         return headers.at(0).first;
      }},
-    {"MIME part header value", 131, false, "",
-     [](std::size_t length, const LogCapture &) {
-         const std::string value = letters(length);
-         return Filled{value, partHeaders("N: " + value).at(0).second};
-     }},
-    {"server URL", 1023, false, "",
-     [](std::size_t length, const LogCapture &) {
-         // Buffers of SERVER_URL_SIZE bytes take the parts of any entry's URL.
-         const std::string url = "http://" + letters(length - 7);
-         ServerList *entry = addServerToList(nullptr, url.c_str());
-         Filled filled{url, getServerUrl(entry)};
+    {"MIME part header value", 131, false, "", [](Text value) { return partHeaders("N: " + value).at(0).second; }},
+    {"server URL", 1023, false, "", [](Text text) {
+         // The text with a scheme in front; a host buffer of SERVER_URL_SIZE bytes suffices.
+         ServerList *entry = addServerToList(nullptr, ("http://" + text.substr(7)).c_str());
          char host[SERVER_URL_SIZE], path[SERVER_URL_SIZE];
          int32_t port = 0;
          EXPECT_EQ(parseServerUrl(getServerUrl(entry), host, &port, path), 0);
-         EXPECT_EQ(host, filled.second.substr(7));
          freeServerList(entry);
-         return filled;
+         return text.substr(0, 7) + host;
      }},
-    {"configuration text", 1023, false, "truncating charArray",
-     [](std::size_t length, const LogCapture &) {
-         const std::string locale = letters(length);
-         std::vector<Platform> records = configure(envelopes({edited(kWired, {{"de_DE", locale}})}));
-         return Filled{locale, records.at(0)->locale};
+    {"configuration text", 1023, false, "truncating charArray", [](Text locale) {
+         return std::string(configure(envelopes({edited(kWired, {{"de_DE", locale}})})).at(0)->locale);
      }},
-    {"WEP key", 1023, false, "truncating charArray",
-     [](std::size_t length, const LogCapture &) {
-         const std::string key = letters(length);
-         std::vector<Platform> records = configure(envelopes({edited(kWireless, {{"0123456789", key}})}));
-         return Filled{key, records.at(0)->networkInterfaces->wirelessProfiles->wepKeys->key};
+    {"WEP key", 1023, false, "truncating charArray", [](Text key) {
+         const std::vector<Platform> records = configure(envelopes({edited(kWireless, {{"0123456789", key}})}));
+         return std::string(records.at(0)->networkInterfaces->wirelessProfiles->wepKeys->key);
      }},
-    {"tag name", 124, true, "bad arguments",
-     [](std::size_t length, const LogCapture &) {
+    {"tag name", 124, true, "bad arguments", [](Text name) {
          // A refused name leaves the caller's buffer alone and clears *contents.
-         const std::string name = letters(length), xml = "<" + name + ">ok</" + name + ">";
+         const std::string xml = "<" + name + ">ok</" + name + ">";
          char buffer[1024] = "untouched", *copy = buffer;
          const bool found = getSimpleXmlTagPosition(xml.c_str(), name.c_str(), buffer) != nullptr;
          EXPECT_EQ(getXmlTagPosition(xml.c_str(), name.c_str(), &copy) != nullptr, found);
-         const std::string copied = copy != nullptr ? copy : "(null)";
+         EXPECT_EQ(buffer + str(copy), found ? "okok" : "untouched(null)");
          std::free(found ? copy : nullptr);
-         EXPECT_EQ(buffer + copied, found ? "okok" : "untouched(null)");
-         return Filled{name, found ? name : kRefused};
+         return found ? name : kRefused;
      }},
-    {"tag text", 1023, true, "",
-     [](std::size_t length, const LogCapture &) {
+    {"tag text", 1023, true, "", [](Text text) {
          // The caller's 1024 bytes and no more; the copying search has no limit.
-         const std::string text = letters(length), xml = "<v>" + text + "</v>";
+         const std::string xml = "<v>" + text + "</v>";
          char buffer[1025], *copy = nullptr;
          std::memset(buffer, '#', sizeof buffer);
-         const char *after = getSimpleXmlTagPosition(xml.c_str(), "v", buffer);
+         const char *after = getSimpleXmlTagPosition(xml.c_str(), "v", buffer), *end = xml.c_str() + xml.size();
          EXPECT_EQ(buffer[1024], '#');
-         EXPECT_EQ(getXmlTagPosition(xml.c_str(), "v", &copy), xml.c_str() + xml.size());
-         EXPECT_EQ(std::string(copy), text);
+         EXPECT_TRUE(after != nullptr ? after == end : *buffer == '\0');
+         EXPECT_EQ(getXmlTagPosition(xml.c_str(), "v", &copy), end);
+         EXPECT_EQ(str(copy), text);
          std::free(copy);
-         if (after == nullptr) {
-             EXPECT_STREQ(buffer, "");
-             return Filled{text, kRefused};
-         }
-         EXPECT_EQ(after, xml.c_str() + xml.size());
-         return Filled{text, buffer};
+         return after != nullptr ? std::string(buffer) : kRefused;
      }},
-    {"stringTrim into 64 bytes", 63, false, "",
-     [](std::size_t length, const LogCapture &) {
-         const std::string text = letters(length);
-         char dest[65];
-         std::memset(dest, '#', sizeof dest);
-         stringTrim(("  " + text).c_str(), dest, 64);
-         EXPECT_TRUE(std::all_of(dest + std::strlen(dest), dest + 64, [](char c) { return c == '\0'; }));
-         EXPECT_EQ(dest[64], '#');
-         return Filled{text, dest};
+    {"stringTrim into 64 bytes", 63, false, "", [](Text text) {
+         std::string dest(65, '#');
+         stringTrim(("  " + text).c_str(), dest.data(), 64);
+         const std::size_t length = std::strlen(dest.c_str());
+         EXPECT_EQ(dest.substr(length), std::string(64 - length, '\0') + "#");  // NUL-filled, nothing past 64 bytes
+         return dest.substr(0, length);
      }},
-    {"log file name", 1023, true, "to the previous file",
-     [](std::size_t length, const LogCapture &log) {
-         TempDir dir;
-         const std::string path = pathOfLength(dir, length);
+    {"log file name", 1023, true, "to the previous file", [](Text text) {
+         TempDir dir;  // a path as long as the text, its directories made, ending in the text's end
+         std::string path = dir.path;
+         while (text.size() - path.size() > 250) std::filesystem::create_directory(path += "/" + std::string(200, 'd'));
+         path += "/" + text.substr(path.size() + 1);
          zovLoggerSetLogFileName(path.c_str());
          zovLogger("Limits", "fill", 1, 1, "to the previous file");
-         zovLoggerSetLogFileName(log.path().c_str());
-         return Filled{path, std::ifstream(path).good() ? path : kRefused};
+         return std::ifstream(path).good() ? text : kRefused;
      }},
 };
 
 }  // namespace
 
 TEST(Limits, EveryFixedFieldAtItsBound) {
-    for (const Bound &bound : kBounds) {
-        for (std::size_t length : {bound.most - 1, bound.most, bound.most + 1}) {
-            SCOPED_TRACE(std::string(bound.field) + ", " + std::to_string(length) + " characters");
-            LogCapture log(1);
-            const auto [given, kept] = bound.fill(length, log);
-            ASSERT_EQ(given.size(), length);
-            const bool longer = length > bound.most;
-            EXPECT_EQ(kept, !longer ? given : bound.refusesLonger ? kRefused : given.substr(0, bound.most));
-            if (*bound.longerReport == '\0') {
-                EXPECT_EQ(log.text(), "");
-            } else {
-                EXPECT_EQ(log.contains(bound.longerReport), longer);
-            }
-        }
+    for (const Bound &bound : kBounds) for (std::size_t length : {bound.most - 1, bound.most, bound.most + 1}) {
+        SCOPED_TRACE(std::string(bound.field) + ", " + std::to_string(length) + " characters");
+        LogCapture log(1);
+        std::string given;  // length letters, varying, so that a cut shows where it fell
+        while (given.size() < length) given += static_cast<char>('a' + given.size() % 26);
+        const std::string kept = bound.fill(given);
+        zovLoggerSetLogFileName(log.path().c_str());  // back from where the log file name row moved it
+        const bool longer = length > bound.most;
+        EXPECT_EQ(kept, !longer ? given : bound.refusesLonger ? kRefused : given.substr(0, bound.most));
+        EXPECT_TRUE(*bound.longerReport ? log.contains(bound.longerReport) == longer : log.text() == "") << log.text();
     }
 }
