@@ -1,5 +1,5 @@
-// Test helpers for the image compression tests: temp dirs, files, test data
-// and an independent, strict gunzip.
+// Test helpers for the image compression tests: temp dirs, files, test data and
+// an independent, strict gunzip.
 #pragma once
 
 #include <zlib.h>

@@ -1,6 +1,6 @@
-// Test helpers for configuration commands: commands written as compact XML,
-// edited as text, sent through the envelope parser to
-// parseConfigurationCommand; records compared as text; report checks.
+// Test helpers for configuration commands: commands written as compact XML, edited
+// as text, sent through the envelope parser to parseConfigurationCommand; records
+// compared as text.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,16 +35,13 @@ inline std::string edited(std::string text, const Edits &edits) {
     return text;
 }
 
-// A document with one "configureDevice" command envelope per configuration;
-// pretty breaks the lines between tags and indents them, as the server may.
-inline std::string envelopes(std::initializer_list<std::string> configurations, bool pretty = false) {
+// A document with one "configureDevice" command envelope per configuration.
+inline std::string envelopes(std::initializer_list<std::string> configurations) {
     std::string xml = "<?xml version=\"1.0\"?><zovMessage><commandSet>";
-    for (const std::string &configuration : configurations) {
+    for (const std::string &configuration : configurations)
         xml += "<commandEnvelope><commandGuid>g</commandGuid><configureDevice>" + configuration +
                "</configureDevice></commandEnvelope>";
-    }
-    xml += "</commandSet></zovMessage>";
-    return pretty ? edited(xml, {{"><", ">\n    <"}}) : xml;
+    return xml + "</commandSet></zovMessage>";
 }
 
 // XML carries no node without a name: elements named "unnamed" lose theirs.

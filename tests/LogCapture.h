@@ -1,6 +1,6 @@
-// Test helpers: LogCapture points the logger at a temporary file for the life
-// of the object and reads back what was written; expectReports checks the
-// exact sequence of reports.
+// Test helpers: LogCapture points the logger at a temporary file for its
+// lifetime and reads back what was written. Reports are written here as
+// "function: message".
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,12 +10,19 @@
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <unistd.h>
 
 #include "ZovLogger.h"
+
+// The end of the log line of a report "function: message": the function-name
+// column and the message.
+inline std::string reportLine(const std::string &report) {
+    std::string function = report.substr(0, report.find(": "));
+    if (function.size() < 25) function.resize(25, ' ');
+    return "[" + function + "] :" + report.substr(report.find(": ") + 2) + "\n";
+}
 
 class LogCapture {
 public:
@@ -34,11 +41,12 @@ public:
     }
 
     const std::string &path() const { return path_; }
-    std::string text() const {  // everything logged so far
+    std::string text() const {
         std::ifstream in(path_, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
     bool contains(const std::string &needle) const { return text().find(needle) != std::string::npos; }
+    bool has(const std::string &report) const { return contains(reportLine(report)); }
     void clear() const { std::ofstream(path_, std::ios::trunc); }
 
 private:
@@ -46,31 +54,14 @@ private:
     std::string path_;
 };
 
-// One expected report: its function-name column and its message, given apart
-// or as "function: message".
-struct Report {
-    Report(std::string functionName, std::string text)
-        : function(std::move(functionName)), message(std::move(text)) {}
-    Report(const std::string &line) : Report(line.substr(0, line.find(": ")), line.substr(line.find(": ") + 2)) {}
-    Report(const char *line) : Report(std::string(line)) {}
-    std::string function, message;
-};
-
-// The end of a report line: the function-name column and the message.
-inline std::string reportLine(std::string function, const std::string &message) {
-    if (function.size() < 25) function.resize(25, ' ');
-    return "[" + function + "] :" + message + "\n";
-}
-
 // The log holds exactly these reports, in this order (the source file and line
-// columns aside).
-inline void expectReports(const LogCapture &log, const std::vector<Report> &reports) {
-    constexpr std::size_t kSourceAndLine = 26;  // "[CommandParser  ][123    ]"
+// columns, "[CommandParser  ][123    ]", aside).
+inline void expectReports(const LogCapture &log, const std::vector<std::string> &reports) {
     std::string expected, logged, text = log.text();
-    for (const Report &report : reports) expected += reportLine(report.function, report.message);
+    for (const std::string &report : reports) expected += reportLine(report);
     for (std::size_t at = 0, end; at < text.size(); at = end + 1) {
         end = std::min(text.find('\n', at), text.size());
-        logged += text.substr(at + kSourceAndLine, end - at - kSourceAndLine + 1);
+        logged += text.substr(at + 26, end - at - 25);
     }
     EXPECT_EQ(logged, expected);
 }

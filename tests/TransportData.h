@@ -1,6 +1,5 @@
-// Test and benchmark helpers for the transport families: chains from and to
-// strings, header lists from and to pairs, pseudo-random bytes, and standard
-// base64 text of some bytes.
+// Test and benchmark helpers for the transport families: chains and header lists
+// from and to strings, pseudo-random bytes, and their standard base64 text.
 #pragma once
 
 #include <random>
@@ -12,8 +11,7 @@
 #include "CharBuffer.h"
 #include "HttpHeader.h"
 
-// A new chain holding text in links of linkSize bytes (free it with
-// freeAllCharBuffers).
+// A new chain holding text in links of linkSize bytes (freeAllCharBuffers frees it).
 inline CharBuffer *chainOf(std::string_view text, std::size_t linkSize = 1000) {
     CharBuffer *head = createCharBuffer(), *link = head;
     for (std::size_t at = 0; at < text.size(); at += linkSize) {

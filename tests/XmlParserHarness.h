@@ -1,11 +1,10 @@
-// Test helpers for the XML code: a tree dump and a harness that runs the
-// envelope parser with every callback set, keeps what was delivered and
-// releases it as the callee must.
+// Test helpers for the XML code: a tree dump, and a harness that runs the envelope
+// parser with every callback set, keeps what was delivered and releases it as the
+// callee must.
 #pragma once
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -16,9 +15,8 @@
 #include "XmlParser.h"
 
 // One line per node in document order, indented by level: "name=contents", or
-// "name" without contents. Iterative, for very deep trees. dropLayout shows
-// the blank text of a node with sub-nodes (a pretty-printed document's line
-// break and indentation) as no contents, so that both layouts read alike.
+// "name" without contents; iterative, for deep trees. dropLayout shows the blank
+// text of a node with sub-nodes (a pretty-printed layout) as no contents.
 inline std::string dumpTree(const ZovNode *root, bool dropLayout = false) {
     std::string out;
     for (std::vector<std::pair<const ZovNode *, std::size_t>> stack{{root, 0}}; !stack.empty();) {
@@ -87,17 +85,11 @@ struct Delivered {
         return parser;
     }
 
-    // Parses one document from a chain, or from a string (asChain: copied
-    // into a chain first).
+    // Parses one document.
     int parse(CharBuffer *chain) { return finish(xmlParserParseCharBuffer(makeParser(), chain)); }
-    int parse(const std::string &xml, bool asChain = false) {
-        if (!asChain) return finish(xmlParserParseChar(makeParser(), xml.c_str()));
-        std::unique_ptr<CharBuffer, decltype(&freeAllCharBuffers)> chain(chainOf(xml), freeAllCharBuffers);
-        return parse(chain.get());
-    }
-    // The deliveries as text: kinds, device GUID, then by kind each record's
-    // fixed fields (as they were at the call for commands) and its tree, the
-    // layout of a pretty-printed document dropped.
+    int parse(const std::string &xml) { return finish(xmlParserParseChar(makeParser(), xml.c_str())); }
+    // The deliveries as text: kinds, device GUID, then by kind each record's fixed
+    // fields (for commands as at the call) and its tree, layout dropped.
     std::string summary() const {
         std::string out = kinds + " device " + deviceGuid + "\n";
         auto add = [&out](const std::string &fields, const ZovNode *root) { out += fields + dumpTree(root, true); };

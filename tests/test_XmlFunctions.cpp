@@ -26,7 +26,7 @@ TEST(XmlEscape, TableAndEscapedCopies) {
     }
     EXPECT_EQ(xmlEscape(nullptr), nullptr);
     EXPECT_EQ(getXmlEscape('a'), nullptr);
-    expectReports(log, {{"getXmlEscape", "Could not find XML replacement for 'a'"}});
+    expectReports(log, {"getXmlEscape: Could not find XML replacement for 'a'"});
     EXPECT_EQ(getXmlEscape('\0'), nullptr);  // not the end marker's empty replacement
 }
 
@@ -85,30 +85,26 @@ TEST(XmlWriter, ElementsNodeListsAndRefusedArguments) {
     addCharBufferRawData(nullptr, nullptr);
     addCharBufferRawData(nullptr, c);
     EXPECT_EQ(textOf(c), all);
-    const Report bad{"addStringElement", "bad arguments"}, notEmpty{"addStringElementNotEmpty", "bad arguments"},
-        noBuffer{"addDataToCharBuffer", "bufferPointer and data cannot be NULL"};
-    expectReports(log, {bad, bad, bad, bad, notEmpty, notEmpty, {"addEmptyElement", "unexpected empty tagName"},
-                        noBuffer, noBuffer, noBuffer, noBuffer, {"addCharBufferElement", "NULL tagName"},
-                        {"addCharBufferElement", "NULL srcBuffer"}, {"addCharBufferElement", "NULL destBuffer"},
-                        {"addCharBufferRawData", "NULL srcBuffer"}, {"addCharBufferRawData", "NULL destBuffer"}});
+    const char *bad = "addStringElement: bad arguments", *notEmpty = "addStringElementNotEmpty: bad arguments",
+               *noBuffer = "addDataToCharBuffer: bufferPointer and data cannot be NULL";
+    expectReports(log, {bad, bad, bad, bad, notEmpty, notEmpty, "addEmptyElement: unexpected empty tagName",
+                        noBuffer, noBuffer, noBuffer, noBuffer, "addCharBufferElement: NULL tagName",
+                        "addCharBufferElement: NULL srcBuffer", "addCharBufferElement: NULL destBuffer",
+                        "addCharBufferRawData: NULL srcBuffer", "addCharBufferRawData: NULL destBuffer"});
     freeAllCharBuffers(c);
 }
 
 TEST(XmlWriter, ChainsAcrossLinks) {
-    // The writer starts at the tail of a chain of several links and fills
-    // every link to 1000 bytes before it adds one.
-    const std::string filler(2998, 'f');
-    CharBuffer *chain = chainOf(filler);
-    const std::string half(750, 'v');
+    // The writer goes on at the tail of a chain of several links, filling each to
+    // 1000 bytes; chain contents go out unescaped and unchanged, a chain appended
+    // to itself with its bytes as they were at the call.
+    const std::string filler(2998, 'f'), half(750, 'v');
+    CharBuffer *chain = chainOf(filler), *copy = createCharBuffer();
     addStringElement(chain, "tag", (half + '<' + half).c_str());
     addIntegerElement(chain, "n", 1);
     const std::string text = filler + "<tag>" + half + "&lt;" + half + "</tag><n>1</n>";
     EXPECT_EQ(textOf(chain), text);
     for (CharBuffer *link = chain; link->next != nullptr; link = link->next) EXPECT_EQ(link->length, 1000);
-
-    // Chain contents go out unescaped and unchanged; a chain appended to
-    // itself gets its bytes as they were at the call.
-    CharBuffer *copy = createCharBuffer();
     addCharBufferElement(copy, "raw", chain);
     addCharBufferRawData(copy, chain);
     const std::string copied = "<raw>" + text + "</raw>" + text;
@@ -164,6 +160,6 @@ TEST(XmlTagSearch, MatchingAndBadArguments) {
     EXPECT_EQ(getSimpleXmlTagPosition("<a>x</a>", "a", nullptr), nullptr);
     EXPECT_EQ(getXmlTagPosition("<a>x</a>", "a", nullptr), nullptr);
     EXPECT_STREQ(buffer, "untouched");
-    const Report simple{"getSimpleXmlTagPosition", "bad arguments"}, copying{"getXmlTagPosition", "bad arguments"};
+    const char *simple = "getSimpleXmlTagPosition: bad arguments", *copying = "getXmlTagPosition: bad arguments";
     expectReports(log, {simple, copying, simple, copying, simple, copying});
 }
