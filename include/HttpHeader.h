@@ -30,17 +30,18 @@ typedef struct HttpHeader {
     struct HttpHeader *next;            /* following header, NULL in the last */
 } HttpHeader;
 
-/* Sets, adds or removes one header of the list whose head is *list (list itself
- * must not be NULL; *list may be NULL, an empty list).
+/* Sets, adds or removes one header of the list whose head is *list (list
+ * itself must not be NULL; *list may be NULL, an empty list).
  *
  * The name loses its leading blanks and is then cut to 79 characters (as
  * stringTrim does with HTTP_HEADER_NAME_SIZE); the result is the key, so a
- * longer name updates the header named by its first 79 characters. With a NULL value the first header with that key is removed (0 also
- * when there is none; removing the head makes its successor the head).
- * Otherwise the value loses its leading blanks and is then cut to 131
- * characters, silently ("" is stored like any other value): the first header with that key takes the
- * new value in place, without moving, or a new header is appended at the end
- * (becoming the head of an empty list).
+ * longer name updates the header named by its first 79 characters. With a NULL
+ * value the first header with that key is removed (0 also when there is none;
+ * removing the head makes its successor the head). Otherwise the value loses
+ * its leading blanks and is then cut to 131 characters, silently ("" is stored
+ * like any other value): the first header with that key takes the new value in
+ * place, without moving, or a new header is appended at the end (becoming the
+ * head of an empty list).
  *
  * Returns 0, or -1 with the list unchanged for a NULL name (or list) or when a
  * new record cannot be allocated. */
@@ -48,17 +49,17 @@ ZOV_API int httpPayloadAddHeader(HttpHeader **list, const char *name, const char
 
 /* The value of the first header whose name equals name exactly (not trimmed,
  * not cut: a name of more than 79 characters finds nothing), or NULL when
- * there is none, the list is empty or name is NULL. The pointer
- * addresses the record's value field: it stays valid until that header is
- * removed or the list freed, and shows later updates of the header. */
+ * there is none, the list is empty or name is NULL. The pointer addresses the
+ * record's value field: it stays valid until that header is removed or the
+ * list freed, and shows later updates of the header. */
 ZOV_API char *httpPayloadGetHeader(HttpHeader *list, const char *name);
 
 /* A deep copy of the list in the same order; the caller frees it with
  * httpPayloadFreeHeaders. Each copy takes at most 79 characters of the name
  * and 131 of the value and is terminated, also when a record built by hand
- * fills a field without a terminator. NULL for an empty list. When memory runs out the copy
- * ends before the record that could not be allocated (NULL if it was the
- * first); nothing is reported. */
+ * fills a field without a terminator. NULL for an empty list. When memory runs
+ * out the copy ends before the record that could not be allocated (NULL if it
+ * was the first); nothing is reported. */
 ZOV_API HttpHeader *httpPayloadCopyHeaders(const HttpHeader *list);
 
 /* Frees the whole list and sets *list to NULL. A NULL list or an empty list

@@ -131,8 +131,9 @@ ZOV_API void addSubNodeStringsRecursive(CharBuffer *buffer, ZovNode *node);
 /* Stores a new copy of the element's text, of any length, in *contents (the
  * caller frees it); an empty text leaves *contents NULL. NULL contents: "bad
  * arguments", NULL. Otherwise *contents is set to NULL first; NULL xml or
- * tagName, or a tagName of more than 124 characters: "bad arguments", NULL. When the copy cannot be allocated: "Error while allocation
- * memory", *contents stays NULL and the position is still returned. */
+ * tagName, or a tagName of more than 124 characters: "bad arguments", NULL.
+ * When the copy cannot be allocated: "Error while allocation memory",
+ * *contents stays NULL and the position is still returned. */
 ZOV_API char *getXmlTagPosition(const char *xml, const char *tagName, char **contents);
 
 /* Copies the element's text into contents, a caller's buffer of at least 1024
