@@ -340,7 +340,7 @@ private:
         if (exhausted_) return false;
         try {
             return reader_.nextLine(line_);
-        } catch (const std::bad_alloc &) {
+        } catch (...) {  // std::bad_alloc, or a line beyond std::string's reach
             exhausted_ = true;
             return false;
         }
