@@ -1,8 +1,5 @@
-// Allocation failure injection: the torture program holds every library source
-// and the static expat and zlib, with malloc, calloc, realloc and free wrapped
-// and operator new and delete replaced, so that each of their allocations goes
-// through one counter that can fail it (the library takes no memory from strdup
-// and the like; the blocks libc keeps for itself, as a FILE's, are not counted).
+// Allocation failure injection: malloc, calloc, realloc and free are wrapped and operator new
+// and delete replaced, so each allocation of the library, expat and zlib goes through one counter.
 #pragma once
 
 #include <functional>
@@ -13,8 +10,7 @@
 
 namespace torture {
 
-// While armed (scopes nest), allocations are counted, the chosen one fails and
-// the blocks made are followed until freed; a disarming scope suspends that.
+// While armed (scopes nest), allocations are counted and followed until freed; Scope(false) suspends that.
 struct Scope {
     explicit Scope(bool arm) noexcept;
     ~Scope();
@@ -30,35 +26,27 @@ decltype(auto) armed(Call &&call) {
 // A run's result as text, and its level-1 reports as "function: message" lines.
 struct Outcome {
     std::string value, reports;
-    bool operator==(const Outcome &other) const { return value == other.value && reports == other.reports; }
 };
-
-// Whether a failing run ended acceptably, given the clean run (always acceptable).
+// Whether a failing run ended acceptably, given the clean run.
 using Accept = std::function<bool(const Outcome &got, const Outcome &clean)>;
-
-// run() calls the library armed, releases what it got and describes the result.
+// run() calls the library armed, releases what it got and describes the result; a failing run
+// must end as the clean one or as one of accepts allows.
 struct Operation {
     std::string name;
     std::function<std::string()> run;
-    Accept accept;
+    std::vector<Accept> accepts;
 };
 
 // The run ended as one of these outcomes.
 Accept oneOf(std::vector<Outcome> outcomes);
-// The run ended with this value, with a report line beginning with one of these
-// texts; its other report lines are the clean run's or begin so too.
-Accept fails(std::string value, std::vector<std::string> reports);
-// The run lost part of the result: the first line of its value (the status) is
-// the clean one's, the rest a subsequence of the clean rest; its report lines
-// are the clean run's or begin with one of these texts.
-Accept loses(std::vector<std::string> reports);
-Accept anyOf(std::vector<Accept> accepts);
-
+// Report lines each begin with one of starts or are clean ones. fails: the value is value and a
+// line begins so; loses: the first line is the clean one's, the rest a subsequence of the clean rest.
+Accept fails(std::string value, std::vector<std::string> starts);
+Accept loses(std::vector<std::string> starts);
 bool isSubsequence(std::string_view part, std::string_view whole);
 
-// Runs each operation cleanly, then once per allocation it made, failing that
-// one: no run may leave a block behind, and each failing run must be accepted.
-// Prints the group's numbers of allocations and returns them by operation.
+// Runs each operation cleanly, then failing each of its allocations in turn: no run may leave a
+// block behind and each failing run must be accepted. Returns the allocation counts by name.
 std::map<std::string, long> failEachAllocation(const char *group, const std::vector<Operation> &operations);
 
 }  // namespace torture
