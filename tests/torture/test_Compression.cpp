@@ -1,6 +1,6 @@
-// Exhausted memory in the image compressors and decompressors: every allocation is a zlib stream's
-// state or window or a transfer buffer, made before the first output, so a run either succeeds or
-// ends with zlib's memory status, an empty transfer or a refused first block.
+// Exhausted memory in the image compressors: every allocation is a zlib stream's state or window or
+// a transfer buffer, made before the first output, so a run succeeds or ends with zlib's memory
+// status, an empty transfer or a refused first block.
 #include <gtest/gtest.h>
 
 #include "Allocations.h"
@@ -39,50 +39,13 @@ void release(TransferContext &ctx, int (*end)(z_streamp)) {
     if (ctx.file != nullptr) std::fclose(ctx.file);
 }
 
-// An upload of path, or in split mode of file, through the read callback, 16384 bytes a call.
-std::string upload(const char *path, FILE *file = nullptr) {
-    TransferContext ctx{};
-    ctx.filePath = const_cast<char *>(path);
-    ctx.file = file;
-    ctx.level = 6;
-    ctx.splitMode = file != nullptr;
-    ctx.pieceLimit = 65536;
-    std::string body, dest(16384, '\0');
-    for (std::size_t placed = 1; placed > 0 && body.size() < 2 * kData.size(); body.append(dest, 0, placed))
-        placed = armed([&] { return CrulReadCallBack_CompressData(dest.data(), 1, dest.size(), &ctx); });
-    release(ctx, deflateEnd);
-    return "body " + restores(body, kData.substr(0, file ? 65536 : kData.size()));
-}
-
-// A download into target (split: into file, the caller's, which the library closes after a stream
-// failure) through the write callback in blocks of 4096 bytes: the first block refused, if any.
-std::string download(const std::string &target, bool split) {
-    TransferContext ctx{};
-    if (split) ctx.file = std::fopen(target.c_str(), "wb");
-    else std::remove(target.c_str()), ctx.filePath = const_cast<char *>(target.c_str());
-    std::string out = "taken", gz = zlibStream(kData, 31);
-    for (std::size_t at = 0; at < gz.size() && out == "taken"; at += 4096) {
-        const std::size_t length = std::min<std::size_t>(4096, gz.size() - at);
-        const std::size_t taken = armed([&] {
-            return (split ? download_Split_file_and_Uncompress : download_file_and_Uncompress)(gz.data() + at, 1,
-                                                                                                length, &ctx);
-        });
-        if (taken != length) out = "refused " + std::to_string(taken) + " at " + std::to_string(at);
-    }
-    if (ctx.file != nullptr) std::fflush(ctx.file);
-    const std::string written = readFile(target);
-    release(ctx, inflateEnd);
-    return out + "\n" + restores(written, kData, false);
-}
-
 }  // namespace
 
 TEST(Torture, Compression) {
     TempDir dir;
     const std::string source = dir / "source", target = dir / "target";
     writeFile(source, kData);
-    const Accept emptyBody = oneOf({{"body 0 bytes", ""}});
-    failEachAllocation("compression", {
+    std::vector<Operation> operations = {
         fileToFile("CompressAndWrite", [](FILE *in, FILE *out) {
             CompressionProgress progress{nullptr, nullptr, kData.size(), 0};
             return CompressAndWrite(in, out, 6, &progress);
@@ -101,10 +64,40 @@ TEST(Torture, Compression) {
              File in = openFile(source, "rb");
              return std::to_string(armed([&] { return CalculateCompressedSplitiSize(in.get(), 40000, 6, nullptr); }));
          }, {oneOf({{"-4", ""}})}},
-        {"upload", [source] { return upload(source.c_str()); }, {emptyBody}},
-        {"split upload", [source] { return upload(nullptr, std::fopen(source.c_str(), "rb")); }, {emptyBody}},
-        {"download", [target] { return download(target, false); }, {oneOf({{"refused 0 at 0\n0 bytes", ""}})}},
-        {"split download", [target] { return download(target, true); },
-         {oneOf({{"refused 0 at 0\n0 bytes", "download_Split_file_and_Uncompress: Return value is 0\n"}})}},
-    });
+    };
+    // Uploads of the path, or in split mode of a file, and downloads into the path, or into a file,
+    // the caller's, which the library closes after a stream failure.
+    for (const bool split : {false, true}) {
+        const std::string mode = split ? "split " : "";
+        operations.push_back({mode + "upload", [=] {
+            TransferContext ctx{};
+            if (split) ctx.file = std::fopen(source.c_str(), "rb"), ctx.splitMode = 1;
+            else ctx.filePath = const_cast<char *>(source.c_str());
+            ctx.level = 6;
+            ctx.pieceLimit = 65536;
+            std::string body, dest(16384, '\0');
+            for (std::size_t placed = 1; placed > 0 && body.size() < 2 * kData.size(); body.append(dest, 0, placed))
+                placed = armed([&] { return CrulReadCallBack_CompressData(dest.data(), 1, dest.size(), &ctx); });
+            release(ctx, deflateEnd);
+            return "body " + restores(body, kData.substr(0, split ? 65536 : kData.size()));
+        }, {oneOf({{"body 0 bytes", ""}})}});
+        operations.push_back({mode + "download", [=] {
+            TransferContext ctx{};
+            std::remove(target.c_str());
+            if (split) ctx.file = std::fopen(target.c_str(), "wb");
+            else ctx.filePath = const_cast<char *>(target.c_str());
+            const auto callback = split ? download_Split_file_and_Uncompress : download_file_and_Uncompress;
+            std::string gz = zlibStream(kData, 31), out;
+            for (std::size_t at = 0, length, taken; at < gz.size() && out.empty(); at += 4096) {
+                length = std::min<std::size_t>(4096, gz.size() - at);
+                taken = armed([&] { return callback(gz.data() + at, 1, length, &ctx); });
+                if (taken != length) out = "refused " + std::to_string(taken) + " at " + std::to_string(at) + "\n";
+            }
+            if (ctx.file != nullptr) std::fflush(ctx.file);
+            const std::string written = readFile(target);
+            release(ctx, inflateEnd);
+            return out + restores(written, kData, false);
+        }, {oneOf({{"refused 0 at 0\n0 bytes", split ? "download_Split_file_and_Uncompress: Return value is 0\n" : ""}})}});
+    }
+    failEachAllocation("compression", operations);
 }
