@@ -17,7 +17,7 @@ void __real_free(void *);
 
 namespace {
 
-int armedDepth = 0;
+using torture::armedDepth;
 long counted = 0, failAt = 0;  // allocations made while armed in this run; the one to fail, from 1
 
 // The blocks made while armed and not freed yet: following them allocates nothing.
@@ -60,19 +60,6 @@ std::string reportsOf(const std::string &log) {
         reports += line.substr(open + 1, end - open - 1) + ": " + line.substr(close + 3) + "\n";
     }
     return reports;
-}
-
-// How many report lines begin with one of starts; -1 if one neither does nor is a clean one.
-int knownReports(const std::string &reports, const std::vector<std::string> &starts, const std::string &clean) {
-    int known = 0;
-    std::istringstream lines(reports);
-    for (std::string line; std::getline(lines, line);) {
-        line += '\n';
-        const auto begins = [&](const std::string &start) { return line.rfind(start, 0) == 0; };
-        if (std::any_of(starts.begin(), starts.end(), begins)) ++known;
-        else if (clean.find(line) == std::string::npos) return -1;
-    }
-    return known;
 }
 
 long totalAllocations = 0;
@@ -120,52 +107,30 @@ void operator delete[](void *block, const std::nothrow_t &) noexcept { release(b
 
 namespace torture {
 
-Scope::Scope(bool arm) noexcept : saved(armedDepth) { armedDepth = arm ? saved + 1 : 0; }
-Scope::~Scope() { armedDepth = saved; }
+int armedDepth = 0;
 
-bool isSubsequence(std::string_view part, std::string_view whole) {
-    std::size_t at = 0;
-    for (char c : part)
-        if ((at = whole.find(c, at) + 1) == 0) return false;  // npos + 1 is 0
-    return true;
+int knownReports(const std::string &reports, const std::vector<std::string> &starts, const std::string &clean) {
+    int known = 0;
+    std::istringstream lines(reports);
+    for (std::string line; std::getline(lines, line);) {
+        line += '\n';
+        const auto begins = [&](const std::string &start) { return line.rfind(start, 0) == 0; };
+        if (std::any_of(starts.begin(), starts.end(), begins)) ++known;
+        else if (clean.find(line) == std::string::npos) return -1;
+    }
+    return known;
 }
 
-Accept oneOf(std::vector<Outcome> outcomes) {
-    return [outcomes](const Outcome &got, const Outcome &) {
-        return std::any_of(outcomes.begin(), outcomes.end(), [&](const Outcome &outcome) {
-            return got.value == outcome.value && got.reports == outcome.reports;
-        });
-    };
-}
-
-Accept fails(std::string value, std::vector<std::string> starts) {
-    return [value, starts](const Outcome &got, const Outcome &clean) {
-        return got.value == value && knownReports(got.reports, starts, clean.reports) > 0;
-    };
-}
-
-Accept loses(std::vector<std::string> starts) {
-    return [starts](const Outcome &got, const Outcome &clean) {
-        const std::size_t status = clean.value.find('\n') + 1;
-        const std::string_view value = got.value, whole = clean.value;
-        return value.substr(0, status) == whole.substr(0, status) &&
-               isSubsequence(value.substr(status), whole.substr(status)) &&
-               knownReports(got.reports, starts, clean.reports) >= 0;
-    };
-}
-
-std::map<std::string, long> failEachAllocation(const char *group, const std::vector<Operation> &operations) {
+std::map<std::string, long> failEachAllocation(const std::vector<Operation> &operations) {
     LogCapture log(1);
     std::map<std::string, long> counts;
     const auto runOnce = [&](const Operation &operation, long failing) {
         log.clear(), liveCount = 0, counted = 0, failAt = failing;
         std::string value = operation.run();
-        EXPECT_EQ(armedDepth, 0) << operation.name;
         EXPECT_EQ(liveCount, 0u) << operation.name << ": blocks left behind, failing allocation " << failing;
         EXPECT_GE(counted, failing) << operation.name << ": allocation " << failing << " not made";
         return Outcome{std::move(value), reportsOf(log.text())};
     };
-    long groupTotal = 0;
     for (const Operation &operation : operations) {
         const Outcome clean = runOnce(operation, 0);
         const long count = counts[operation.name] = counted;
@@ -177,10 +142,8 @@ std::map<std::string, long> failEachAllocation(const char *group, const std::vec
                 << operation.name << ", failing allocation " << failing << " of " << count << "\n got: " << got.value
                 << "\n reports:\n" << got.reports << " clean: " << clean.value << "\n reports:\n" << clean.reports;
         }
-        groupTotal += count;
+        totalAllocations += count;
     }
-    totalAllocations += groupTotal;
-    std::printf("torture %s: %ld allocation points in %zu operations\n", group, groupTotal, operations.size());
     return counts;
 }
 

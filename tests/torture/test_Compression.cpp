@@ -99,5 +99,5 @@ TEST(Torture, Compression) {
             return out + restores(written, kData, false);
         }, {oneOf({{"refused 0 at 0\n0 bytes", split ? "download_Split_file_and_Uncompress: Return value is 0\n" : ""}})}});
     }
-    failEachAllocation("compression", operations);
+    failEachAllocation(operations);
 }

@@ -128,7 +128,7 @@ TEST(Torture, Messages) {
     const HeaderPairs type = {{"Content-Type", "multipart/mixed; boundary=\"" + delimiter.substr(2) + "\""}};
     const std::string body = delimiter + "\r\nContent-Type: text/xml\r\n\r\n" + kDocument + "\r\n" + delimiter +
                              "\r\nContent-Transfer-Encoding: base64\r\n\r\n" + encoded + "\r\n" + delimiter + "--\r\n";
-    failEachAllocation("messages", {
+    failEachAllocation({
         decoding("decodeMimeCharBuffer", type, body),
         // A copy of a plain body ends silently where a link cannot be made.
         decoding("decodeMimeCharBuffer plain", {{"Content-Type", "text/plain"}}, std::string(2500, 'p'), {loses({})}),

@@ -54,7 +54,7 @@ Operation add(const std::string &name, Entry *(*append)(Owner *), Entry *Owner::
 }  // namespace
 
 TEST(Torture, Constructors) {
-    failEachAllocation("constructors", {
+    failEachAllocation({
         made("createCharBuffer", createCharBuffer, freeAllCharBuffers, kAny),
         made("newAllZovStructs", newAllZovStructs, freeAllZovStructs, kAny,
              {{"NULL", "newAllZovStructs: Error while memory allocation\n"}}),
@@ -97,7 +97,7 @@ TEST(Torture, ChainsAndCopies) {
     for (int i = 0; i < 2500; ++i) text += static_cast<char>('a' + i % 26);
     CharBuffer *source = chainOf(text);
     Headers three({{"A", "1"}, {"B", "2"}, {"C", "3"}});
-    const auto counts = failEachAllocation("chains", {
+    const auto counts = failEachAllocation({
         // A copy holds the first links of the source, then ends.
         made("charBufferCopy", [&] { return charBufferCopy(source); }, freeAllCharBuffers, textOf,
              {{"NULL", ""}, {text.substr(0, 1000), ""}, {text.substr(0, 2000), ""}}),
@@ -135,7 +135,7 @@ TEST(Torture, ConfigurationCommand) {
                got.reports.find("parsePair: ") == std::string::npos &&
                got.reports.compare(last, 27, "parseConfigurationCommand: ") == 0;
     };
-    const auto counts = failEachAllocation("configuration", {{"wired", parse(kWired), {failsOrDropsATag}},
+    const auto counts = failEachAllocation({{"wired", parse(kWired), {failsOrDropsATag}},
                                                              {"wireless", parse(kWireless), {failsOrDropsATag}}});
     EXPECT_EQ(counts.at("wired"), 9);     // record, adapter, 2 suffixes, 2 DNS servers, 1 WINS server, 2 tags
     EXPECT_EQ(counts.at("wireless"), 6);  // record, adapter, 2 profiles, 2 WEP keys
