@@ -30,10 +30,9 @@ decltype(auto) armed(Call &&call) {
 struct Outcome {
     std::string value, reports;
 };
-// Whether a failing run ended acceptably, given the clean run.
 using Accept = std::function<bool(const Outcome &got, const Outcome &clean)>;
 // run() calls the library armed, releases what it got and describes the result; a failing run
-// must end as the clean one or as one of accepts allows.
+// must end as the clean one or as one of accepts allows, given the clean run.
 struct Operation {
     std::string name;
     std::function<std::string()> run;

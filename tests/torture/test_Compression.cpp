@@ -97,7 +97,8 @@ TEST(Torture, Compression) {
             const std::string written = readFile(target);
             release(ctx, inflateEnd);
             return out + restores(written, kData, false);
-        }, {oneOf({{"refused 0 at 0\n0 bytes", split ? "download_Split_file_and_Uncompress: Return value is 0\n" : ""}})}});
+        }, {oneOf({{"refused 0 at 0\n0 bytes", split ? "download_Split_file_and_Uncompress: Return value is 0\n"
+                                                      : ""}})}});
     }
     failEachAllocation(operations);
 }
