@@ -154,10 +154,9 @@ TEST(Torture, Messages) {
         // The writer at large: escaped text, nodes nested five deep, new links.
         {"getCharBufferFromCommandStruct", [] {
              ZovCommandStruct *command = newZovCommandStructWithNameAndGuid("reboot", "g<1>");
-             ZovNode *top = addNewZovSubNode(command->rootNode, "P", "p"), *node = top;
-             for (const char *name : {"Q", "R", "S", "T"}) node = addNewZovSubNode(node, name, nullptr);
-             addNewZovSubNode(node, "U", "u < v & \"w\"");
-             addNewZovSubNode(top, "V", "it's");
+             ZovNode *node = command->rootNode;
+             for (const char *name : {"P", "Q", "R", "S", "T"}) node = addNewZovSubNode(node, name, nullptr);
+             addNewZovSubNode(node, "U", "u < v & \"w\" it's");
              addNewZovSubNode(command->rootNode, "note", std::string(1000, 'n').c_str());
              Chain written(armed([&] { return getCharBufferFromCommandStruct(command); }), freeAllCharBuffers);
              freeZovCommandStruct(command);
