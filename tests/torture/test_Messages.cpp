@@ -151,6 +151,11 @@ TEST(Torture, Messages) {
          }, {[](const Outcome &got, const Outcome &clean) {
                  return got.value == "NULL\n" && got.reports == clean.reports;
              }, loses({kLinkFailed})}},
+        {"addXmlHeader", [] {
+             Chain written = chain(std::string(990, '-'));  // the header needs a new link
+             const int rc = armed([&] { return addXmlHeader(written.get()); });
+             return std::to_string(rc) + "\n" + textOf(written.get());
+         }, {oneOf({{"-1\n" + std::string(990, '-') + "<?xml vers", kLinkFailed}})}},
         // The writer at large: escaped text, nodes nested five deep, new links.
         {"getCharBufferFromCommandStruct", [] {
              ZovCommandStruct *command = newZovCommandStructWithNameAndGuid("reboot", "g<1>");

@@ -100,6 +100,11 @@ TEST(Torture, ChainsAndCopies) {
              [](HttpHeader *copy) { httpPayloadFreeHeaders(&copy); },
              [](HttpHeader *copy) { return std::to_string(pairsOf(copy).size()); },
              {{"NULL", ""}, {"1", ""}, {"2", ""}}),
+        {"httpPayloadAddHeader", [] {
+             Headers list(HeaderPairs{{"A", "1"}});
+             const int rc = armed([&] { return httpPayloadAddHeader(&list.head, "B", "2"); });
+             return std::to_string(rc) + " " + std::to_string(pairsOf(list.head).size());
+         }, {oneOf({{"-1 1", ""}})}},
         {"addCharBufferToCharBuffer", [&] {
              CharBuffer *dest = chainOf(std::string(990, '-'));
              armed([&] { addCharBufferToCharBuffer(dest, source); });
