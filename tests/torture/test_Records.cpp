@@ -1,5 +1,5 @@
 // Exhausted memory in the constructors, the chain and list operations and the configuration
-// parser: NULL, -1, a shorter copy or a dropped entry, as specified.
+// parser: NULL, -1, a shorter copy or a dropped entry, as the headers document.
 #include <gtest/gtest.h>
 
 #include "Allocations.h"
