@@ -1,8 +1,6 @@
-// Exhausted memory in the constructors, the chain and list operations and the
-// configuration parser: NULL, -1, a shorter copy or a dropped entry, as specified.
+// Exhausted memory in the constructors, the chain and list operations and the configuration
+// parser: NULL, -1, a shorter copy or a dropped entry, as the headers document.
 #include <gtest/gtest.h>
-
-#include <type_traits>
 
 #include "Allocations.h"
 #include "ConfigCommands.h"
@@ -17,131 +15,109 @@ std::string treeOf(const ZovNode *root) { return root != nullptr ? dumpTree(root
 
 // A constructor: its object as describe shows it, or one of the failures.
 template <typename Make, typename Release, typename Describe>
-Operation made(const std::string &name, Make make, Release release, Describe describe, std::vector<Outcome> failures) {
+Operation made(const std::string &name, Make make, Release release, Describe describe,
+               std::vector<Outcome> failures = {{"NULL", ""}}) {
     return {name, [=] {
                 auto *object = armed(make);
                 std::string out = object != nullptr ? describe(object) : "NULL";
                 return release(object), out;
-            }, oneOf(std::move(failures))};
+            }, {oneOf(std::move(failures))}};
 }
 
 const auto kAny = [](const void *) { return std::string("made"); };
 
-// A record constructor: NULL (reported when report is set), or no root node.
+// A record constructor: NULL (reported unless silent), or no root node.
 template <typename Record>
-Operation record(const std::string &name, Record *(*make)(), void (*release)(Record *), bool report = true) {
+Operation record(const std::string &name, Record *(*make)(), void (*release)(Record *), bool silent = false) {
     return made(name, make, release, [](Record *made) { return treeOf(made->rootNode); },
-                {{"NULL", report ? name + ": Error while memory allocation\n" : ""}, {"no root\n", ""}});
+                {{"NULL", silent ? "" : name + ": Error while memory allocation\n"}, {"no root\n", ""}});
 }
 
-// An add to a list of one entry: a second entry at its tail, or NULL (reported).
-template <typename Owner, typename Entry>
-Operation add(const std::string &name, Entry *(*append)(Owner *), Entry *Owner::*list, const char *report = nullptr) {
+// An add to a list of one entry, which fails with NULL (and report, if any) and leaves the entry alone.
+template <typename Entry>
+Operation add(const std::string &name, Entry *(*append)(PlatformData *), Entry *PlatformData::*list,
+              std::string report = "") {
     return {name, [=] {
                 Platform platform(newPlatformData());
-                Owner *owner;
-                if constexpr (std::is_same_v<Owner, PlatformData>) owner = platform.get();
-                else owner = addNetworkInterface(platform.get());
-                append(owner);
-                Entry *added = armed([&] { return append(owner); }), *last = nullptr;
+                append(platform.get());
+                const bool added = armed([&] { return append(platform.get()); }) != nullptr;
                 int entries = 0;
-                for (Entry *entry = owner->*list; entry != nullptr; entry = entry->next) ++entries, last = entry;
-                return std::to_string(entries) + (added != nullptr && added != last ? " not at the tail" : "");
-            }, oneOf({{"1", report ? name + ": " + report + "\n" : ""}})};
-}
-
-std::string headersText(const HttpHeader *list) {
-    std::string out;
-    for (const auto &[name, value] : pairsOf(list)) out += name + "=" + value + ";";
-    return out;
+                for (Entry *entry = platform.get()->*list; entry != nullptr; entry = entry->next) ++entries;
+                return std::to_string(added) + " " + std::to_string(entries);
+            }, {oneOf({{"0 1", report.empty() ? "" : name + ": " + report + "\n"}})}};
 }
 
 }  // namespace
 
 TEST(Torture, Constructors) {
-    failEachAllocation("constructors", {
-        made("createCharBuffer", createCharBuffer, freeAllCharBuffers, kAny, {{"NULL", ""}}),
-        made("newZovNode", [] { return newZovNode("name", "text"); }, freeZovNode, treeOf, {{"NULL", ""}}),
-        record("newZovCommandStruct", newZovCommandStruct, freeZovCommandStruct, false),
+    failEachAllocation({
+        made("createCharBuffer", createCharBuffer, freeAllCharBuffers, kAny),
+        made("newAllZovStructs", newAllZovStructs, freeAllZovStructs, kAny,
+             {{"NULL", "newAllZovStructs: Error while memory allocation\n"}}),
+        made("newPlatformData", newPlatformData, PlatformDataFree(), kAny),
+        made("initXmlParser", initXmlParser, endXmlParser, kAny),
+        made("newZovNode", [] { return newZovNode("name", "text"); }, freeZovNode, treeOf),
         // A sub-node that cannot be made leaves its field NULL.
         made("newZovCommandStructWithNameAndGuid", [] { return newZovCommandStructWithNameAndGuid("reboot", "g-1"); },
              freeZovCommandStruct, [](ZovCommandStruct *command) {
                  ZovNode *root = command->rootNode;
                  const bool inTree = command->commandName == getSubNodeContentByName(root, "commandName") &&
                                      command->commandGuid == getSubNodeContentByName(root, "commandGuid");
-                 return str(command->commandName) + " " + str(command->commandGuid) + "\n" +
-                        treeOf(command->rootNode) + (inTree ? "" : "fields outside the tree\n");
+                 return str(command->commandName) + " " + str(command->commandGuid) + "\n" + treeOf(root) +
+                        (inTree ? "" : "fields outside the tree\n");
              }, {{"NULL", ""}, {"(null) (null)\nno root\n", ""}, {"(null) g-1\nCommand\n  commandGuid=g-1\n", ""},
                  {"reboot (null)\nCommand\n  commandName=reboot\n", ""}}),
+        record("newZovCommandStruct", newZovCommandStruct, freeZovCommandStruct, true),
         record("newZovResultStruct", newZovResultStruct, freeZovResultStruct),
         record("newZovEventResultStruct", newZovEventResultStruct, freeZovEventResultStruct),
         record("newZovNoCommandStruct", newZovNoCommandStruct, freeZovNoCommandStruct),
         record("newZovDialogStruct", newZovDialogStruct, freeZovDialogStruct),
-        made("newAllZovStructs", newAllZovStructs, freeAllZovStructs, kAny,
-             {{"NULL", "newAllZovStructs: Error while memory allocation\n"}}),
-        made("newPlatformData", newPlatformData, PlatformDataFree(), kAny, {{"NULL", ""}}),
-        made("initXmlParser", initXmlParser, endXmlParser, kAny, {{"NULL", ""}}),
         add("addNetworkInterface", addNetworkInterface, &PlatformData::networkInterfaces,
             "Error while memory allocation"),
         add("addApplication", addApplication, &PlatformData::applications,
             "Failed to allocate memory for new application structure"),
-        add("addStorage", addStorage, &PlatformData::storages),
         add("addPort", addPort, &PlatformData::ports, "Error while memoy allocation"),
-        add("addCustomData", addCustomData, &PlatformData::customData),
-        add("addWriteableMedia", addWriteableMedia, &PlatformData::writeableMedia),
-        add("addAssetTag", addAssetTag, &PlatformData::assetTags),
-        add("addDnsServer", addDnsServer, &NetworkInterfaceStruct::dnsServers),
-        add("addWinsServer", addWinsServer, &NetworkInterfaceStruct::winsServers),
-        add("addDnsSuffix", addDnsSuffix, &NetworkInterfaceStruct::dnsSuffixes),
         {"addServerToList", [] {
              ServerList *head = addServerToList(nullptr, "http://a/");
              ServerList *got = armed([&] { return addServerToList(head, "http://b/"); });
              std::string out = got == nullptr ? "NULL" : got == head ? "head" : "other";
-             for (ServerList *entry = head; entry != nullptr; entry = entry->next) out += std::string(" ") + entry->url;
+             for (ServerList *entry = head; entry != nullptr; entry = entry->next) out += " " + str(entry->url);
              return freeServerList(head), out;
-         }, oneOf({{"NULL http://a/", "addServerToList: malloc error\n"}})},
-        {"httpPayloadAddHeader", [] {
-             Headers list(HeaderPairs{{"A", "1"}});
-             const int rc = armed([&] { return httpPayloadAddHeader(&list.head, "B", "2"); });
-             return std::to_string(rc) + " " + headersText(list.head);
-         }, oneOf({{"-1 A=1;", ""}})},
+         }, {oneOf({{"NULL http://a/", "addServerToList: malloc error\n"}})}},
     });
 }
 
 TEST(Torture, ChainsAndCopies) {
     std::string text;  // three links, no NUL byte (a copy stops at one)
     for (int i = 0; i < 2500; ++i) text += static_cast<char>('a' + i % 26);
-    std::vector<Outcome> shorterCopies = {{"NULL", ""}};  // the first links of the source, then the copy ends
-    for (std::size_t links = 1; links < 3; ++links) shorterCopies.push_back({text.substr(0, 1000 * links), ""});
     CharBuffer *source = chainOf(text);
     Headers three({{"A", "1"}, {"B", "2"}, {"C", "3"}});
-    const auto counts = failEachAllocation("chains", {
-        made("charBufferCopy", [&] { return charBufferCopy(source); }, freeAllCharBuffers, textOf, shorterCopies),
-        made("charBufferToChar", [&] { return charBufferToChar(source); }, [](char *copy) { std::free(copy); },
-             [](char *copy) { return std::to_string(std::strlen(copy)); }, {{"NULL", ""}}),
+    const auto counts = failEachAllocation({
+        // A copy holds the first links of the source, then ends.
+        made("charBufferCopy", [&] { return charBufferCopy(source); }, freeAllCharBuffers, textOf,
+             {{"NULL", ""}, {text.substr(0, 1000), ""}, {text.substr(0, 2000), ""}}),
         made("httpPayloadCopyHeaders", [&] { return httpPayloadCopyHeaders(three.head); },
-             [](HttpHeader *copy) { httpPayloadFreeHeaders(&copy); }, headersText,
-             {{"NULL", ""}, {"A=1;", ""}, {"A=1;B=2;", ""}}),
+             [](HttpHeader *copy) { httpPayloadFreeHeaders(&copy); },
+             [](HttpHeader *copy) { return std::to_string(pairsOf(copy).size()); },
+             {{"NULL", ""}, {"1", ""}, {"2", ""}}),
+        {"httpPayloadAddHeader", [] {
+             Headers list(HeaderPairs{{"A", "1"}});
+             const int rc = armed([&] { return httpPayloadAddHeader(&list.head, "B", "2"); });
+             return std::to_string(rc) + " " + std::to_string(pairsOf(list.head).size());
+         }, {oneOf({{"-1 1", ""}})}},
         {"addCharBufferToCharBuffer", [&] {
              CharBuffer *dest = chainOf(std::string(990, '-'));
              armed([&] { addCharBufferToCharBuffer(dest, source); });
              std::string out = textOf(dest);
              return freeAllCharBuffers(dest), out;
-         }, loses({"addDataToCharBuffer: Error in adding CharBuffer\n"})},
-        {"getCharBufferLine", [] {
-             CharBuffer *input = chainOf(std::string(300, 'x') + "\r\nrest");
-             int position = 0;
-             char *line = armed([&] { return getCharBufferLine(input, &position); });
-             std::string out = str(line) + " " + std::to_string(position);
-             return std::free(line), freeAllCharBuffers(input), out;
-         }, oneOf({{"(null) 0", ""}})},
+         }, {loses({"addDataToCharBuffer: Error in adding CharBuffer\n"})}},
     });
     freeAllCharBuffers(source);
     EXPECT_EQ(counts.at("charBufferCopy"), 3);
 }
 
-// A configuration that cannot be parsed whole yields nothing, after the report
-// of the allocation and of the section; only an asset tag is dropped by itself.
+// A configuration that cannot be parsed whole yields nothing, after the report of the allocation
+// and of the section; only an asset tag is dropped by itself.
 TEST(Torture, ConfigurationCommand) {
     const auto parse = [](const char *configuration) {
         auto delivered = std::make_shared<Delivered>();
@@ -152,18 +128,15 @@ TEST(Torture, ConfigurationCommand) {
         };
     };
     const Accept failsOrDropsATag = [](const Outcome &got, const Outcome &clean) {
-        if (got.value == "(none)") {
-            const std::size_t last = got.reports.rfind('\n', got.reports.size() - 2) + 1;
-            return got.reports.find(": Error while memory allocation\n") != std::string::npos &&
-                   got.reports.find("parsePair: ") == std::string::npos &&
-                   got.reports.compare(last, 27, "parseConfigurationCommand: ") == 0;
-        }
-        return got.reports == "parsePair: Error while memory allocation\n" && isSubsequence(got.value, clean.value);
+        if (got.value != "(none)")
+            return got.reports == "parsePair: Error while memory allocation\n" && isSubsequence(got.value, clean.value);
+        const std::size_t last = got.reports.rfind('\n', got.reports.size() - 2) + 1;
+        return got.reports.find(": Error while memory allocation\n") != std::string::npos &&
+               got.reports.find("parsePair: ") == std::string::npos &&
+               got.reports.compare(last, 27, "parseConfigurationCommand: ") == 0;
     };
-    const auto counts = failEachAllocation("configuration", {{"wired", parse(kWired), failsOrDropsATag},
-                                                             {"wireless", parse(kWireless), failsOrDropsATag}});
-    // record, adapter, 2 suffixes, 2 DNS servers, 1 WINS server, 2 tags
-    EXPECT_EQ(counts.at("wired"), 9);
-    // record, adapter, 2 profiles, 2 WEP keys
-    EXPECT_EQ(counts.at("wireless"), 6);
+    const auto counts = failEachAllocation({{"wired", parse(kWired), {failsOrDropsATag}},
+                                                             {"wireless", parse(kWireless), {failsOrDropsATag}}});
+    EXPECT_EQ(counts.at("wired"), 9);     // record, adapter, 2 suffixes, 2 DNS servers, 1 WINS server, 2 tags
+    EXPECT_EQ(counts.at("wireless"), 6);  // record, adapter, 2 profiles, 2 WEP keys
 }
