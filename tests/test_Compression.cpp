@@ -145,13 +145,14 @@ TEST(CompressionSplit, PiecesFromOneSourceJoinAgain) {
                 ASSERT_EQ(CompressAndSplitWrite(in.get(), out.get(), 6, &progress, limit), 0);
                 out.reset();
                 gz = readFile(piece);
-                EXPECT_TRUE(progress.compressedSize == int64_t(gz.size()) && seen.ulTotal == limit &&
-                            seen.ulNow == covered);
+                EXPECT_EQ(progress.compressedSize, static_cast<int64_t>(gz.size()));
+                EXPECT_TRUE(seen.ulTotal == limit && seen.ulNow == covered);
                 EXPECT_TRUE(last ? estimate == progress.compressedSize
                                  : estimate > 0 && estimate + 8 < progress.compressedSize);
             }
             EXPECT_EQ(gunzipMember(gz), input.substr(offset, covered));
-            EXPECT_EQ(std::ftell(in.get()), static_cast<long>(offset += covered));
+            offset += covered;
+            EXPECT_EQ(std::ftell(in.get()), static_cast<long>(offset));
             down.splitMode = 0;
             EXPECT_EQ(pushBody(download_Split_file_and_Uncompress, down, gz, 999), std::nullopt);
             release(down, inflateEnd, false);
@@ -212,7 +213,7 @@ TEST(Compression, Failures) {
         {"this is not gzip data", out, Z_DATA_ERROR, 0, 0},
         {zlibStream(input, 15), out, Z_DATA_ERROR, 0, 0},
         {zlibStream(input, -15), out, Z_DATA_ERROR, 0, 0},
-        {gz.substr(0, gz.size() - 6) + "\x55\x55\x55\x55\x55\x55", out, Z_DATA_ERROR, 0, 0},  // corrupt trailer
+        {gz.substr(0, gz.size() - 6) + "\x55\x55\x55\x55\x55\x55", out, Z_DATA_ERROR, 0, 0},  // bad trailer
         {gz.substr(0, gz.size() / 2), out, 0, 1, {}},  // a cut-off image keeps what could be inflated
         {gz + "data after the member", out, 0, input.size(), {}},
         {gz, unmade, -1, 0, 0},
