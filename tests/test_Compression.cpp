@@ -56,8 +56,8 @@ void release(TransferContext &ctx, int (*end)(z_streamp), bool closeFile = true)
 
 class CompressionRoundTrip : public testing::TestWithParam<std::size_t> {};
 
-// Every compressor (file to file, gzip, whole uploads pulled in two buffer sizes) writes one gzip
-// member that every decompressor (file to file, gunzip, a whole download in blocks) restores.
+// Every compressor (file to file, gzip, a whole upload) writes one gzip member that every
+// decompressor (file to file, gunzip, a whole download in blocks) restores.
 TEST_P(CompressionRoundTrip, EveryCompressorMeetsEveryDecompressor) {
     TempDir dir;
     LogCapture quiet(1);
@@ -76,17 +76,15 @@ TEST_P(CompressionRoundTrip, EveryCompressorMeetsEveryDecompressor) {
                 seen.dlNow == 0 && seen.ulTotal == estimate && seen.ulNow == estimate);
     ASSERT_EQ(std::system(("gzip -c " + source + " > " + image).c_str()), 0);
     images.push_back(readFile(image));
-    for (const std::size_t count : {16384, 1000}) {
-        TransferContext up{source.data(), {}, 6};
-        images.push_back(pullBody(up, count));
-        release(up, deflateEnd);
-    }
+    TransferContext up{source.data(), {}, 6};  // pulled 1000 bytes a call
+    images.push_back(pullBody(up, 1000));
+    release(up, deflateEnd);
     // With repeat set one call deflates to the end and returns only its last round, the next call 0.
     TransferContext again{source.data(), {}, 6, nullptr, 0, 1};
     const std::string last = pullBody(again, 1000), &whole = images.back();
     release(again, deflateEnd);
     EXPECT_TRUE(!last.empty() && last.size() <= 1000 && whole.substr(whole.size() - last.size()) == last);
-    const std::size_t blocks[] = {1 << 30, 4096, 7, input.size() < (1 << 20) ? 1u : 7u};  // not 3 MB bytewise
+    const std::size_t blocks[] = {1 << 30, 4096, input.size() < (1 << 20) ? 1u : 7u};  // not 3 MB bytewise
     for (std::size_t i = 0; i < images.size(); ++i) {
         SCOPED_TRACE(i);
         EXPECT_EQ(gunzipMember(images[i]), input);
