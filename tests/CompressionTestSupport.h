@@ -1,5 +1,4 @@
-// Test helpers for the image compression tests: temp dirs, files, test data and
-// an independent, strict gunzip.
+// Test helpers for the image compression tests: files, temp dirs, test data and zlib streams.
 #pragma once
 
 #include <zlib.h>
@@ -8,10 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <random>
-#include <sstream>
 #include <string>
 
 struct FileCloser { void operator()(FILE *file) const { std::fclose(file); } };
@@ -24,9 +23,7 @@ inline void writeFile(const std::string &path, const std::string &data) {
 }
 
 inline std::string readFile(const std::string &path) {
-    std::ostringstream all;
-    all << std::ifstream(path, std::ios::binary).rdbuf();
-    return all.str();
+    return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
 }
 
 // Blocks of text-like and of random bytes, alternating at uneven lengths.
@@ -41,47 +38,35 @@ inline std::string mixedData(std::size_t size, unsigned seed = 7) {
     return data;
 }
 
-// data deflated with the given window bits (31 gzip, 15 zlib, -15 raw).
-inline std::string zlibStream(const std::string &data, int windowBits) {
+// data deflated with windowBits (31 gzip, 15 zlib, -15 raw), or else inflated as gzip: then the
+// content only when the data is exactly one complete member.
+inline std::optional<std::string> zlibPass(const std::string &data, bool deflating, int windowBits = 31) {
     z_stream stream{};
-    deflateInit2(&stream, 6, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
-    std::string out(deflateBound(&stream, data.size()), '\0');
+    if (deflating) deflateInit2(&stream, 6, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
+    else inflateInit2(&stream, 31);
     stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(data.data()));
     stream.avail_in = static_cast<uInt>(data.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = static_cast<uInt>(out.size());
-    deflate(&stream, Z_FINISH);
-    out.resize(stream.total_out);
-    deflateEnd(&stream);
-    return out;
-}
-
-// The content of exactly one complete gzip member and nothing after it.
-inline std::optional<std::string> gunzipMember(const std::string &gz) {
-    z_stream stream{};
-    inflateInit2(&stream, 31);
-    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(gz.data()));
-    stream.avail_in = static_cast<uInt>(gz.size());
     std::string out;
     int status = Z_OK;
     for (char chunk[16384]; status == Z_OK; out.append(chunk, sizeof chunk - stream.avail_out)) {
         stream.next_out = reinterpret_cast<Bytef *>(chunk);
         stream.avail_out = sizeof chunk;
-        status = inflate(&stream, Z_NO_FLUSH);
+        status = deflating ? deflate(&stream, Z_FINISH) : inflate(&stream, Z_NO_FLUSH);
     }
-    inflateEnd(&stream);
+    deflating ? deflateEnd(&stream) : inflateEnd(&stream);
     return status == Z_STREAM_END && stream.avail_in == 0 ? std::optional<std::string>(out) : std::nullopt;
 }
 
-// A fresh directory, removed with everything in it.
+inline std::string zlibStream(const std::string &data, int bits) { return *zlibPass(data, true, bits); }
+
+inline std::optional<std::string> gunzipMember(const std::string &gz) { return zlibPass(gz, false); }
+
+// A fresh directory, removed with everything in it; one owner, never copied or moved.
 struct TempDir {
-    std::string path = [] {
-        char pattern[] = "/tmp/zovgzXXXXXX";
-        return std::string(mkdtemp(pattern));
-    }();
+    char pattern[17] = "/tmp/zovgzXXXXXX";
+    std::string path = mkdtemp(pattern);
     TempDir() = default;
-    TempDir(const TempDir &) = delete;  // one owner: the destructor removes the directory
-    TempDir &operator=(const TempDir &) = delete;
+    TempDir(TempDir &&) = delete;
     ~TempDir() { std::filesystem::remove_all(path); }
     std::string operator/(const std::string &name) const { return path + "/" + name; }
 };

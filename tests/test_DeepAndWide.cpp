@@ -1,7 +1,5 @@
-// Inputs of extreme shape, each run on a thread with a stack far smaller than
-// one frame per element, entry or level would take, so that a walk that
-// recursed per node crashes here. The benchmarks time such inputs at two sizes
-// 8x apart (bench_XmlParser, bench_MimeTools, bench_CharBuffer, bench_Base64).
+// Inputs of extreme shape, each on a thread whose stack is far smaller than one frame per element,
+// entry or level would take, so that a walk that recursed per node crashes here.
 #include <gtest/gtest.h>
 
 #include <pthread.h>
@@ -21,14 +19,13 @@
 
 namespace {
 
-// Parsing needs some room, releasing lists next to none: a release that recursed
-// would take 16 bytes per entry at least (return address, entry kept), 160 KB.
+// Parsing needs some room; a list release that recursed would take 16 bytes an entry at least, 160 KB.
 constexpr std::size_t kParseStack = 128 << 10, kListStack = 32 << 10, kEntries = 10000, k100MB = 100 << 20;
 
-// Runs body on a thread whose stack is exactly stack bytes of our own (a stack
-// the C library cached could be larger), above a page that faults.
+// Runs body on a thread whose stack is exactly `stack` bytes of our own (a stack the C library
+// cached could be larger), above a page that faults.
 template <typename Body>
-void onSmallStack(Body body, std::size_t stack = kParseStack) {
+void onSmallStack(std::size_t stack, Body body) {
     const std::size_t guard = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     void *memory = mmap(nullptr, guard + stack, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);
@@ -44,12 +41,15 @@ void onSmallStack(Body body, std::size_t stack = kParseStack) {
     munmap(memory, guard + stack);
 }
 
-// count zeroed entries of calloc, linked through next.
+template <typename Record>
+Record *zeroed() { return static_cast<Record *>(std::calloc(1, sizeof(Record))); }
+
+// kEntries zeroed records linked through next.
 template <typename Entry>
-Entry *longList(std::size_t count = kEntries) {
+Entry *longList() {
     Entry *head = nullptr;
-    while (count-- > 0) {
-        auto *entry = static_cast<Entry *>(std::calloc(1, sizeof(Entry)));
+    for (std::size_t i = 0; i < kEntries; ++i) {
+        Entry *entry = zeroed<Entry>();
         entry->next = std::exchange(head, entry);
     }
     return head;
@@ -63,14 +63,16 @@ std::string repeated(const std::string &text, std::size_t count) {
 
 }  // namespace
 
-// An envelope 100000 levels deep, written out, and one with 250000 sibling
-// elements, dumped; both parsed and released.
-TEST(DeepAndWide, Envelopes) {
+// An envelope 100000 levels deep, written out, and one with 250000 sibling elements, dumped; a MIME
+// body of 100000 parts, the last a 100 MB line of base64 text, decoded in place and from a chain;
+// that line read from a chain and decoded.
+TEST(DeepAndWide, EnvelopesPartsAndALongLine) {
     LogCapture log(1);
-    onSmallStack([&] {
+    onSmallStack(kParseStack, [&] {
         const std::string open = repeated("<n>", 100000), close = repeated("</n>", 100000);
         Delivered deep;
         ASSERT_EQ(deep.parse("<dialog><c>" + open + "tip" + close + "</c></dialog>"), 0);
+        deep.dialogs.at(0)->rootNode->spare = std::malloc(8);  // freed with the tree
         CharBuffer *written = createCharBuffer();  // the tree holds the elements below the envelope's child c
         addSubNodeStringsRecursive(written, deep.dialogs.at(0)->rootNode->subNode);
         EXPECT_TRUE(textOf(written) == open + "tip" + close);
@@ -85,67 +87,54 @@ TEST(DeepAndWide, Envelopes) {
         log.clear();
         dumpZovNode("wide", 1, 1, wide.noCommands.at(0)->rootNode);
         EXPECT_TRUE(log.text() == dumped + "\n\n");
-    });
-}
 
-// A MIME body of 100000 parts, the last a 100 MB line of base64 text (with a
-// different last group), and that line read from a chain and decoded.
-TEST(DeepAndWide, ManyPartsAndALongLine) {
-    onSmallStack([] {
-        const std::string bytes = "twelve bytes", last = "last twelve!";
+        const std::string bytes = "twelve bytes", last = "last twelve!";  // a different last group
         const std::string line = repeated(base64Text(bytes), k100MB / 16 - 1) + base64Text(last);
         std::string body = "--B\r\n\r\nenvelope\r\n";
-        for (int i = 1; i < 100000; ++i) body += "--B\r\nN: " + std::to_string(i) + "\r\n\r\n" + std::to_string(i) + "\r\n";
+        for (int i = 1; i < 100000; ++i)
+            body += "--B\r\nN: " + std::to_string(i) + "\r\n\r\n" + std::to_string(i) + "\r\n";
         body += "--B\r\n\r\n" + line + "\r\n--B--\r\n";
-        // The parts after the envelope, decoded in place and from a chain.
-        const auto check = [&](const MimeStruct *part) {
-            int i = 1;
-            for (; part != nullptr && std::to_string(i) == str(httpPayloadGetHeader(part->headers, "N")) &&
-                   std::to_string(i) == textOf(part->body);
-                 part = part->next)
-                ++i;
-            EXPECT_EQ(i, 100000);
+        const auto check = [&](const MimeStruct *part) {  // the parts after the envelope
+            for (int i = 1; i < 100000; ++i, part = part->next)
+                ASSERT_TRUE(part != nullptr && std::to_string(i) == textOf(part->body) &&
+                            std::to_string(i) == str(httpPayloadGetHeader(part->headers, "N"))) << i;
             EXPECT_TRUE(part != nullptr && part->next == nullptr && textOf(part->body) == line);
         };
-        Headers headers({{"Content-Type", "multipart/mixed; boundary=\"B\""}, {"Content-Length", std::to_string(body.size())}});
+        Headers headers({{"Content-Type", "multipart/mixed; boundary=\"B\""},
+                         {"Content-Length", std::to_string(body.size())}});
         char *text = nullptr;
-        MimeStruct *rest = nullptr, *parts = static_cast<MimeStruct *>(std::calloc(1, sizeof(MimeStruct)));
-        CharBuffer *input = chainOf(body);
+        MimeStruct *rest = nullptr, *parts = zeroed<MimeStruct>();
+        CharBuffer *input = chainOf(body), *chain = chainOf(line), *decoded = createCharBuffer();
         EXPECT_EQ(processMime(headers.head, body.data(), &text, &rest), 0);
         EXPECT_EQ(decodeMimeCharBuffer(headers.head, input, parts), 0);
         check(rest);
         check(parts->next);
-        std::free(text);
-        freeMimeStruct(rest);
-        freeMimeStruct(parts);
-        freeAllCharBuffers(input);
-        CharBuffer *chain = chainOf(line), *decoded = createCharBuffer();
         int position = 0;
         char *whole = getCharBufferLine(chain, &position);
-        EXPECT_TRUE(whole != nullptr && whole == line);
-        EXPECT_EQ(getCharBufferLine(chain, &position), nullptr);
-        std::free(whole);
+        EXPECT_TRUE(whole != nullptr && whole == line && getCharBufferLine(chain, &position) == nullptr);
         EXPECT_EQ(base64DecodeCharBuffer(decoded, chain), static_cast<int>(k100MB / 16 * 12));
         EXPECT_TRUE(textOf(decoded) == repeated(bytes, k100MB / 16 - 1) + last);
-        freeAllCharBuffers(decoded);
-        freeAllCharBuffers(chain);
+        std::free(text);
+        std::free(whole);
+        freeMimeStruct(rest);
+        freeMimeStruct(parts);
+        for (CharBuffer *used : {input, chain, decoded}) freeAllCharBuffers(used);
     });
 }
 
-// Long lists of every kind copied and released, and node trees long and deep.
-TEST(DeepAndWide, LongListsAndTrees) {
-    onSmallStack([] {
-        const auto lengthOf = [](auto list) { std::size_t n = 0; for (; list; list = list->next) ++n; return n; };
+// Long lists of every kind copied and released (node trees are the envelopes' above).
+TEST(DeepAndWide, LongLists) {
+    onSmallStack(kListStack, [] {
+        const auto length = [](auto list) { std::size_t n = 0; for (; list; list = list->next) ++n; return n; };
         HttpHeader *headers = longList<HttpHeader>(), *copy = httpPayloadCopyHeaders(headers);
-        EXPECT_EQ(lengthOf(copy), kEntries);
-        httpPayloadFreeHeaders(&copy), httpPayloadFreeHeaders(&headers);
         CharBuffer *chain = longList<CharBuffer>(), *chainCopy = charBufferCopy(chain);
-        EXPECT_EQ(lengthOf(chainCopy), kEntries);
+        EXPECT_TRUE(length(copy) == kEntries && length(chainCopy) == kEntries);
+        httpPayloadFreeHeaders(&copy), httpPayloadFreeHeaders(&headers);
         freeAllCharBuffers(chainCopy), freeAllCharBuffers(chain);
         freeServerList(longList<ServerList>()), freeMimeStruct(longList<MimeStruct>());
         freeZovCommandStruct(longList<ZovCommandStruct>()), freePairStruct(longList<PairStruct>());
         freeIpValueStruct(longList<IpValueStruct>());
-        auto *assignment = static_cast<AddressAssignmentStatic *>(std::calloc(1, sizeof(AddressAssignmentStatic)));
+        auto *assignment = zeroed<AddressAssignmentStatic>();
         assignment->ipAddresses = longList<IpValueStruct>(), assignment->subnetMasks = longList<IpValueStruct>();
         assignment->gateways = longList<IpValueStruct>();
         freeAddressAssignmentStatic(assignment);
@@ -160,11 +149,5 @@ TEST(DeepAndWide, LongListsAndTrees) {
         (adapter->wirelessProfiles = longList<WirelessSettingsStruct>())->wepKeys = longList<WepKeyStruct>();
         EXPECT_EQ(freePlatformData(platform), 0);
         std::free(platform);
-        // A list of nodes each with a sub-node, then a path of sub-nodes.
-        ZovNode *root = newZovNode("root", nullptr), *last = root;
-        root->spare = std::malloc(8);
-        for (std::size_t i = 0; i < kEntries; ++i) addNewZovSubNode(last = last->nextNode = newZovNode("s", nullptr), "sub", "t");
-        for (std::size_t i = 0; i < kEntries; ++i) last = addNewZovSubNode(last, "d", "t");
-        freeZovNode(root);
-    }, kListStack);
+    });
 }

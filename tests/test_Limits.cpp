@@ -1,6 +1,5 @@
-// Every fixed-size field at its bound, through the public call that fills it:
-// a text one character shorter than the most the field holds, exactly that
-// long, and one longer, which is cut or refused as the headers say.
+// Every fixed-size field at its bound, through the public calls that fill it: a text one character
+// shorter than the most the field holds, exactly that long, and one longer, cut or refused as documented.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -56,24 +55,22 @@ HeaderPairs partHeaders(const std::string &lines) {
 }
 
 const std::vector<Bound> kBounds{
-    {"HTTP header name", 79, false, "", [](Text name) {
-         // Leading blanks do not count; a longer name finds nothing and names a header by its first 79.
+    {"header name: list, copy, MIME part", 79, false, "", [](Text name) {
+         // Leading blanks do not count; a longer name finds nothing, and names a header by its first 79.
          Headers list({{"  " + name, "v"}, {name + "x", "w"}});
+         const HeaderPairs part = partHeaders(name + ": v\r\n" + name + "x: w");
          EXPECT_EQ(httpPayloadGetHeader(list.head, name.c_str()) != nullptr, name.size() <= 79);
          EXPECT_EQ(pairsOf(list.head).size(), name.size() >= 79 ? 1u : 2u);
+         EXPECT_EQ(part, pairsOf(list.head));
+         EXPECT_EQ(copied(&HttpHeader::name, name), list.head->name);
          return std::string(list.head->name);
      }},
-    {"HTTP header value", 131, false, "", [](Text value) {
-         return std::string(Headers({{"N", "  " + value}}).head->value);
+    {"header value: list, copy, MIME part", 131, false, "", [](Text value) {
+         const std::string kept = Headers({{"N", "  " + value}}).head->value;
+         EXPECT_EQ(partHeaders("N: " + value).at(0).second, kept);
+         EXPECT_EQ(copied(&HttpHeader::value, value), kept);
+         return kept;
      }},
-    {"copied header name", 79, false, "", [](Text name) { return copied(&HttpHeader::name, name); }},
-    {"copied header value", 131, false, "", [](Text value) { return copied(&HttpHeader::value, value); }},
-    {"MIME part header name", 79, false, "", [](Text name) {
-         const HeaderPairs headers = partHeaders(name + ": v\r\n" + name + "x: w");
-         EXPECT_EQ(headers.size(), name.size() >= 79 ? 1u : 2u);
-         return headers.at(0).first;
-     }},
-    {"MIME part header value", 131, false, "", [](Text value) { return partHeaders("N: " + value).at(0).second; }},
     {"server URL", 1023, false, "", [](Text text) {
          // The text with a scheme in front; a host buffer of SERVER_URL_SIZE bytes suffices.
          ServerList *entry = addServerToList(nullptr, ("http://" + text.substr(7)).c_str());
@@ -87,7 +84,7 @@ const std::vector<Bound> kBounds{
          return std::string(configure(envelopes({edited(kWired, {{"de_DE", locale}})})).at(0)->locale);
      }},
     {"WEP key", 1023, false, "truncating charArray", [](Text key) {
-         const std::vector<Platform> records = configure(envelopes({edited(kWireless, {{"0123456789", key}})}));
+         const auto records = configure(envelopes({edited(kWireless, {{"0123456789", key}})}));
          return std::string(records.at(0)->networkInterfaces->wirelessProfiles->wepKeys->key);
      }},
     {"tag name", 124, true, "bad arguments", [](Text name) {
@@ -103,15 +100,14 @@ const std::vector<Bound> kBounds{
     {"tag text", 1023, true, "", [](Text text) {
          // The caller's 1024 bytes and no more; the copying search has no limit.
          const std::string xml = "<v>" + text + "</v>";
-         char buffer[1025], *copy = nullptr;
-         std::memset(buffer, '#', sizeof buffer);
-         const char *after = getSimpleXmlTagPosition(xml.c_str(), "v", buffer), *end = xml.c_str() + xml.size();
-         EXPECT_EQ(buffer[1024], '#');
-         EXPECT_TRUE(after != nullptr ? after == end : *buffer == '\0');
-         EXPECT_EQ(getXmlTagPosition(xml.c_str(), "v", &copy), end);
-         EXPECT_EQ(str(copy), text);
+         std::string buffer(1025, '#');
+         char *copy = nullptr;
+         const char *end = xml.c_str() + xml.size();
+         const char *after = getSimpleXmlTagPosition(xml.c_str(), "v", buffer.data());
+         EXPECT_TRUE(buffer[1024] == '#' && (after != nullptr ? after == end : buffer[0] == '\0'));
+         EXPECT_TRUE(getXmlTagPosition(xml.c_str(), "v", &copy) == end && str(copy) == text);
          std::free(copy);
-         return after != nullptr ? std::string(buffer) : kRefused;
+         return after != nullptr ? std::string(buffer.c_str()) : kRefused;
      }},
     {"stringTrim into 64 bytes", 63, false, "", [](Text text) {
          std::string dest(65, '#');
