@@ -1,15 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <regex>
-#include <string>
-#include <vector>
 
 #include "CharBuffer.h"
 #include "LogCapture.h"
-#include "internal/Chain.h"
 
 namespace {
 
@@ -29,9 +25,8 @@ std::vector<int> linkLengths(const CharBuffer *chain) {
 
 // A string handed out by the chain functions, freed ("<null>" for NULL).
 std::string takeString(char *text) {
-    std::string copy = text ? text : "<null>";
-    std::free(text);
-    return copy;
+    std::unique_ptr<char, decltype(&std::free)> owned(text, std::free);
+    return text ? text : "<null>";
 }
 
 std::string textOf(CharBuffer *chain) { return takeString(charBufferToChar(chain)); }
@@ -83,8 +78,7 @@ TEST(CharBuffer, BadArgumentsAndOddLinks) {
     Chain chain = chainOf("");
     EXPECT_TRUE(addDataToCharBuffer(chain.get(), "abc", 0) == 0 && addDataToCharBuffer(chain.get(), "abc", -5) == 0);
     EXPECT_EQ(log.text(), "");
-    EXPECT_EQ(addDataToCharBuffer(chain.get(), nullptr, 0), -1);
-    EXPECT_EQ(addDataToCharBuffer(nullptr, "abc", 3), -1);
+    EXPECT_TRUE(addDataToCharBuffer(chain.get(), nullptr, 0) == -1 && addDataToCharBuffer(nullptr, "abc", 3) == -1);
     addCharBufferToCharBuffer(chain.get(), nullptr);
     addCharBufferToCharBuffer(nullptr, chain.get());
     EXPECT_TRUE(std::regex_match(log.text(), std::regex(R"((\[CharBuffer     \]\[\d+ *\]\[addDataToCharBuffer      \] )"
@@ -92,10 +86,9 @@ TEST(CharBuffer, BadArgumentsAndOddLinks) {
     EXPECT_TRUE(getTotalBufferLength(nullptr) == 0 && findLastCharBuffer(nullptr) == nullptr &&
                 charBufferToChar(nullptr) == nullptr && charBufferCopy(nullptr) == nullptr);
     int position = -1;
-    EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
-    EXPECT_EQ(getCharBufferLine(chain.get(), nullptr), nullptr);
+    EXPECT_TRUE(getCharBufferLine(chain.get(), &position) == nullptr && !getCharBufferLine(chain.get(), nullptr));
 
-    // A hand-built chain: lengths outside 0..1000 are read as what fits.
+    // Lengths outside 0..1000 are read as what fits.
     chain->length = -20;
     chain->next = createCharBuffer();
     chain->next->length = 5000;
@@ -137,17 +130,4 @@ TEST(CharBuffer, LinesDropCarriageReturnsAndKeepNewlines) {
         EXPECT_EQ(position, static_cast<int>(text.size()));
         EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
     }
-}
-
-// The library's chain appender keeps its place across appends, and follows
-// links added behind its back instead of cutting them off.
-TEST(ChainInternals, AppenderFollowsTheChain) {
-    Chain chain = chainOf("");
-    zov::ChainAppender appender(chain.get());
-    const std::string text = patterned(2507);
-    for (std::size_t at = 0; at < text.size(); at += 37) ASSERT_TRUE(appender.append(text.substr(at, 37)));
-    addDataToCharBuffer(chain.get(), std::string(1500, 'b').data(), 1500);
-    ASSERT_TRUE(appender.append("c", 1));
-    EXPECT_EQ(linkLengths(chain.get()), (std::vector<int>{1000, 1000, 1000, 1000, 8}));
-    EXPECT_EQ(textOf(chain.get()), text + std::string(1500, 'b') + "c");
 }

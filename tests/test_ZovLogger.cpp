@@ -4,8 +4,8 @@
 #include <fstream>
 #include <string>
 
-#include "CharBuffer.h"
 #include "LogCapture.h"
+#include "TransportData.h"
 #include "ZovLogger.h"
 #include "ZovNode.h"
 
@@ -20,7 +20,7 @@ TEST(ZovLogger, LevelsColumnsAndStreams) {
               "[Utils          ][42     ][convertSecurityKey       ] :value 7\n"
               "[AVeryLongSourceFileName][12345678][StringToWirelessEnetAuthenticationType] :x\n");
 
-    // A file that cannot be opened sends the error and the line to stderr; level 0 silences every line.
+    // A file that cannot be opened sends the error and the line to stderr; level 0 silences lines.
     zovLoggerSetLogFileName("/no/such/dir");
     testing::internal::CaptureStderr();
     zovLogger("A", "f", 3, 1, "msg");
@@ -42,19 +42,12 @@ TEST(ZovLogger, DumpsPrintTreesAndChainsAndSummaryIsWrittenRaw) {
     dumpZovNode("none", 10, 2, nullptr);
     dumpZovNode("hidden", 11, 3, root);
     freeZovNode(root);
-    EXPECT_EQ(log.text(),
-              "tree[9]: \n"
-              "'Command', contents=NULL\n"
-              "  'commandName', 'abc'\n"
-              "    'deep', contents=NULL\n"
-              "  name=NULL, 'x'\n"
-              "\n\n"
-              "none[10]: \n\n\n");
+    EXPECT_EQ(log.text(), "tree[9]: \n'Command', contents=NULL\n  'commandName', 'abc'\n    'deep', contents=NULL\n"
+                          "  name=NULL, 'x'\n\n\nnone[10]: \n\n\n");
 
     log.clear();
-    CharBuffer *chain = createCharBuffer();
-    std::string text(1500, 'q');
-    addDataToCharBuffer(chain, text.data(), static_cast<int>(text.size()));
+    const std::string text(1500, 'q');
+    CharBuffer *chain = chainOf(text);
     dumpZovCharbuffer("buf", 5, 1, chain);
     dumpZovCharbuffer("null", 6, 1, nullptr);
     addDataToCharBuffer(chain, "r\0s", 3);  // printed as a string: up to the NUL
