@@ -1,15 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <cstddef>
-
 #include "ConfigCommands.h"
 
 namespace {
 
 constexpr bool ascending(std::initializer_list<std::size_t> offsets) {
-    for (const std::size_t *at = offsets.begin(); at + 1 < offsets.end(); ++at) {
+    for (const std::size_t *at = offsets.begin(); at + 1 < offsets.end(); ++at)
         if (at[0] >= at[1]) return false;
-    }
     return true;
 }
 
@@ -31,15 +28,11 @@ static_assert(sizeof(ApplicationStruct) == 7168 + sizeof(void *) && sizeof(Stora
 #undef N
 
 template <typename Entry>
-Entry *zeroed() {
-    return static_cast<Entry *>(std::calloc(1, sizeof(Entry)));
-}
+Entry *zeroed() { return static_cast<Entry *>(std::calloc(1, sizeof(Entry))); }
 
 }  // namespace
 
-// Each add operation appends a zeroed entry at the tail of its own list; the
-// record owns everything it links and freePlatformData releases it (ASan
-// checks), the adapters' further blocks and profiles included.
+// Each add appends a zeroed entry to its own list; freePlatformData releases all the record links.
 TEST(PlatformData, AddAndFree) {
     LogCapture log(1);
     Platform record(newPlatformData());

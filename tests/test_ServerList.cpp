@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
 #include <tuple>
-#include <vector>
 
 #include "LogCapture.h"
 #include "ServerList.h"
@@ -12,8 +10,7 @@ namespace {
 
 using Split = std::tuple<int, std::string, int32_t, std::string>;  // result, host, port, path
 
-// Parses into buffers of exactly the documented size: strlen(url) + 1 bytes,
-// at least 2 for the path's default "/". A host left unwritten reads as '#'s.
+// Parses into buffers of the documented size (path at least 2); a host left unwritten reads as '#'s.
 Split split(const std::string &url) {
     std::vector<char> host(url.size() + 1, '#'), path(std::max<std::size_t>(url.size() + 1, 2), '#');
     host.back() = '\0';
@@ -38,7 +35,6 @@ TEST(ServerList, KeepsTheOrderOfAddition) {
     EXPECT_EQ(getServerUrl(nullptr), nullptr);
     EXPECT_TRUE(log.contains("[ServerList     ]") && log.has("addServerToList: bad arguments"));
     freeServerList(head);
-    freeServerList(nullptr);
 }
 
 TEST(ServerUrl, SplitsOrFailsWithTheDefaults) {

@@ -1,10 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <string>
-#include <utility>
-
-#include "CharBuffer.h"
 #include "LogCapture.h"
 #include "Utils.h"
 #include "XmlFunctions.h"
@@ -20,8 +15,7 @@ TEST(Utils, TrimsAndStringEdits) {
         EXPECT_STREQ(text.data() + (c.kept > 0 ? c.kept : 0), c.after) << c.text;
     }
     LogCapture log(1);
-    EXPECT_EQ(zovStringTrim(nullptr, "x"), nullptr);
-    EXPECT_EQ(zovStringTrim(std::string("x").data(), nullptr), nullptr);
+    EXPECT_TRUE(zovStringTrim(nullptr, "x") == nullptr && zovStringTrim(std::string("x").data(), nullptr) == nullptr);
     EXPECT_TRUE(log.contains("[XmlFunctions   ][") && log.has("zovStringTrim: bad arguments"));
 
     // stringTrim copies without leading blanks (' ' only); its bound is in test_Limits.
