@@ -97,9 +97,9 @@ TEST(CharBuffer, BadArgumentsAndOddLinks) {
     EXPECT_EQ(textOf(chain.get()), std::string(1000, 'z'));
 }
 
-TEST(CharBuffer, GetDataAcrossLinksAndOffsets) {
+TEST(CharBuffer, DataAndLinesAcrossLinks) {
     LogCapture log(1);
-    std::string text = patterned(2500);
+    const std::string text = patterned(2500);
     Chain chain = chainOf(text);
     std::vector<char> dest(3000, '#');
     const std::size_t reads[][3] = {{1500, 900, 1500}, {10, 1000, 10}, {100, 2495, 5}, {10, 2500, 0}};
@@ -115,19 +115,17 @@ TEST(CharBuffer, GetDataAcrossLinksAndOffsets) {
     EXPECT_TRUE(log.has("getDataFromCharBuffer: Reached last charBuffer before startingCharacter found"));
     EXPECT_EQ(getDataFromCharBuffer(chainOf("").get(), dest.data(), 10, 0), 0u);
     EXPECT_EQ(dest[0], '\0');
-}
 
-TEST(CharBuffer, LinesDropCarriageReturnsAndKeepNewlines) {
-    // Each text is read line by line from offset 0 to its end; the long line crosses links.
+    // Lines drop carriage returns and keep newlines; the long line crosses links.
     std::string longLine = patterned(5000), head(995, 'p');
     const std::pair<std::string, std::vector<std::string>> cases[] = {
         {"a\rb\r\ncd", {"ab\n", "cd"}}, {"x\n\ny\n", {"x\n", "\n", "y\n"}}, {"", {}},
         {head + "\n" + longLine + "\r\nend", {head + "\n", longLine + "\n", "end"}}};
-    for (const auto &[text, lines] : cases) {
-        Chain chain = chainOf(text);
+    for (const auto &[input, lines] : cases) {
+        Chain read = chainOf(input);
         int position = 0;
-        for (const std::string &line : lines) EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), line);
-        EXPECT_EQ(position, static_cast<int>(text.size()));
-        EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
+        for (const std::string &line : lines) EXPECT_EQ(takeString(getCharBufferLine(read.get(), &position)), line);
+        EXPECT_EQ(position, static_cast<int>(input.size()));
+        EXPECT_EQ(getCharBufferLine(read.get(), &position), nullptr);
     }
 }

@@ -21,7 +21,7 @@ Split split(const std::string &url) {
 
 }  // namespace
 
-TEST(ServerList, KeepsTheOrderOfAddition) {
+TEST(ServerList, KeepsTheOrderAndSplitsUrls) {
     LogCapture log(1);
     const std::vector<std::string> urls{"https://one", "https://two", "https://one"};
     ServerList *head = addServerToList(nullptr, urls[0].c_str());
@@ -35,10 +35,8 @@ TEST(ServerList, KeepsTheOrderOfAddition) {
     EXPECT_EQ(getServerUrl(nullptr), nullptr);
     EXPECT_TRUE(log.contains("[ServerList     ]") && log.has("addServerToList: bad arguments"));
     freeServerList(head);
-}
 
-TEST(ServerUrl, SplitsOrFailsWithTheDefaults) {
-    LogCapture log(1);
+    log.clear();
     const std::vector<std::pair<std::string, Split>> cases{
         {"http://host1:8443/a/b?c=d", {0, "host1", 8443, "/a/b?c=d"}}, {"https://host1", {0, "host1", 80, "/"}},
         {"http://host1:/x", {0, "host1", 0, "/x"}}, {"http://host1:8080:9090/x", {0, "host1", 8080, "/"}},

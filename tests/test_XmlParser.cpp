@@ -84,7 +84,7 @@ TEST(XmlParser, NodeContentsAndAttributes) {
                         "startElementHandler: Atts found, not yet supported"});
 }
 
-TEST(XmlParser, MalformedAndCutOffDocuments) {
+TEST(XmlParser, CutOffDocumentsAndThrowingCallees) {
     // An open envelope is not delivered, but joins a chain already handed over.
     LogCapture quiet(0);
     Delivered d;
@@ -98,9 +98,7 @@ TEST(XmlParser, MalformedAndCutOffDocuments) {
     EXPECT_EQ(chain.kinds + str(head->commandGuid), "cg");
     EXPECT_EQ(head->next, chain.commands[0].record);
     EXPECT_NE(head->next->next, nullptr);
-}
 
-TEST(XmlParser, ThrowingCallees) {
     // A throwing callee neither unwinds through expat nor stops the document.
     Delivered thrown;
     XmlParserStruct *parser = thrown.makeParser();
