@@ -21,7 +21,6 @@ TEST(XmlEscape, TableAndEscapedCopies) {
                                  {many, manyEscaped}}) {
         char *copy = xmlEscape(text.c_str());
         EXPECT_EQ(str(copy), escaped);
-        EXPECT_NE(copy, text.c_str());
         std::free(copy);
     }
     EXPECT_EQ(xmlEscape(nullptr), nullptr);

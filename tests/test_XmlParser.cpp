@@ -60,13 +60,6 @@ TEST(XmlParser, EveryRecordKindAndCommandChains) {
                         "endElementHandler: Unexpected null contents getting eventGuid",
                         "endElementHandler: Expected eventResultEnvelope end tag, got 'other'",
                         "endElementHandler: Unexpected null contents getting dialogGuid"});
-
-    // Only the text of a top-level "deviceGuid" counts, the last one wins.
-    Delivered guids;
-    guids.parse("<m><deviceGuid>one</deviceGuid><deviceGuid><x/>two</deviceGuid><commandEnvelope>"
-                "<deviceGuid>inner</deviceGuid></commandEnvelope></m>");
-    EXPECT_EQ(guids.deviceGuid, "one");
-    EXPECT_EQ(guids.commands.at(0).name, "deviceGuid");  // a command element there
 }
 
 TEST(XmlParser, NodeContentsAndAttributes) {

@@ -3,7 +3,7 @@
 #include "LogCapture.h"
 #include "ZovNode.h"
 
-TEST(ZovNode, AddByDepthFollowsTheRightmostPath) {
+TEST(ZovNode, AddByDepthAndSearchByName) {
     LogCapture log(1);
     for (int depth = -1; depth <= 4; ++depth) {
         // "root" with sub-nodes A and B, B holding C.
@@ -27,10 +27,9 @@ TEST(ZovNode, AddByDepthFollowsTheRightmostPath) {
     EXPECT_EQ(addZovSubNode(nullptr, root), -1);
     EXPECT_EQ(addNewZovSubNode(nullptr, "x", nullptr), nullptr);
     freeZovNode(root);
-}
 
-TEST(ZovNode, SearchByNameOnlyAmongDirectSubNodes) {
-    ZovNode *root = newZovNode("root", nullptr);
+    // Search by name looks only among direct sub-nodes.
+    root = newZovNode("root", nullptr);
     addNewZovSubNode(root, nullptr, "nameless");
     char name[] = "dup";
     ZovNode *first = addNewZovSubNode(root, name, "first");
