@@ -21,7 +21,7 @@ std::string decoded(const std::string &text) {
 
 }  // namespace
 
-TEST(Base64, CharactersGroupsAndPads) {
+TEST(Base64, CharactersGroupsPadsAndChains) {
     const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
     for (std::size_t i = 0; i < alphabet.size(); ++i) EXPECT_EQ(convertCharToVal(alphabet[i]), static_cast<int>(i));
     for (char c : {'\0', ' ', '\n', '-', '_', '@', '[', '`', '{', static_cast<char>(0xC3)})
@@ -48,11 +48,9 @@ TEST(Base64, CharactersGroupsAndPads) {
         EXPECT_EQ(result, -1);
     EXPECT_TRUE(log.has("base64DecodeN: bad arguments"));
     EXPECT_EQ(base64DecodeCharBuffer(nullptr, nullptr), 0);
-}
 
-TEST(Base64, ChainsDecodeSliceBySlice) {
     // Links of 333 bytes still decode in slices of 1000 characters; onto its own chain, the text only.
-    LogCapture log(1);
+    log.clear();
     const std::string bytes = randomBytes(1875), text = base64Text(bytes);
     CharBuffer *src = chainOf(text, 333), *dest = chainOf("keep");
     EXPECT_EQ(base64DecodeCharBuffer(dest, src), 4 + 1875);

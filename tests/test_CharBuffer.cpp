@@ -39,7 +39,7 @@ std::string patterned(std::size_t size) {
 
 }  // namespace
 
-TEST(CharBuffer, AppendJoinAndCopyFillLinksToTheirCapacity) {
+TEST(CharBuffer, AppendJoinCopyAndBadArguments) {
     Chain exact = chainOf(std::string(1000, 'x'));
     EXPECT_EQ(linkLengths(exact.get()), (std::vector<int>{1000}));
     addDataToCharBuffer(exact.get(), "y", 1);
@@ -70,9 +70,7 @@ TEST(CharBuffer, AppendJoinAndCopyFillLinksToTheirCapacity) {
     char lines[] = "a\r\nb\nc\r";
     EXPECT_EQ(removeNewLines(lines), lines);
     EXPECT_STREQ(lines, "abc");
-}
 
-TEST(CharBuffer, BadArguments) {
     LogCapture log(1);
     Chain chain = chainOf("");
     EXPECT_TRUE(addDataToCharBuffer(chain.get(), "abc", 0) == 0 && addDataToCharBuffer(chain.get(), "abc", -5) == 0);

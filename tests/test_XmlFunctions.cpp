@@ -29,7 +29,7 @@ TEST(XmlEscape, TableAndEscapedCopies) {
     EXPECT_EQ(getXmlEscape('\0'), nullptr);  // not the end marker's empty replacement
 }
 
-TEST(XmlWriter, ElementsNodeListsAndRefusedArguments) {
+TEST(XmlWriter, ElementsNodeListsChainsAndRefusedArguments) {
     LogCapture log(1);
     CharBuffer *c = createCharBuffer();
     addStringElement(c, "a", "x<y & \"z\" it's>");
@@ -86,9 +86,7 @@ TEST(XmlWriter, ElementsNodeListsAndRefusedArguments) {
                         "addCharBufferElement: NULL srcBuffer", "addCharBufferElement: NULL destBuffer",
                         "addCharBufferRawData: NULL srcBuffer", "addCharBufferRawData: NULL destBuffer"});
     freeAllCharBuffers(c);
-}
 
-TEST(XmlWriter, ChainsAcrossLinks) {
     // Writing fills the tail links; chains go out unescaped, one appended to itself as it was at the call.
     const std::string filler(2998, 'f'), half(750, 'v');
     CharBuffer *chain = chainOf(filler), *copy = createCharBuffer();
