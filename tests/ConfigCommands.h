@@ -1,11 +1,8 @@
-// Test helpers for configuration commands: commands written as compact XML, edited
-// as text, sent through the envelope parser to parseConfigurationCommand; records
-// compared as text.
+// Configuration commands as compact XML, edited as text, parsed through the envelope parser; records as text.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -47,9 +44,8 @@ inline std::string envelopes(std::initializer_list<std::string> configurations) 
 // XML carries no node without a name: elements named "unnamed" lose theirs.
 inline void dropNames(ZovNode *node) {
     for (; node != nullptr; node = node->nextNode) {
-        if (node->name != nullptr && std::strcmp(node->name, "unnamed") == 0) {
+        if (node->name != nullptr && std::strcmp(node->name, "unnamed") == 0)
             std::free(std::exchange(node->name, nullptr));
-        }
         dropNames(node->subNode);
     }
 }
@@ -86,16 +82,14 @@ inline std::string describe(const PlatformData *p) {
             << " " << a->duplex << "\n dns " << a->dnsDynamic << texts(a->dnsSuffixes, &DnsSuffixStruct::suffix)
             << " servers" << texts(a->dnsServers, &IpValueStruct::value) << " wins " << a->winsDynamic
             << texts(a->winsServers, &IpValueStruct::value) << "\n";
-        for (const WirelessSettingsStruct *w = a->wirelessProfiles; w != nullptr; w = w->next) {
+        for (const WirelessSettingsStruct *w = a->wirelessProfiles; w != nullptr; w = w->next)
             out << " profile '" << w->ssid << "' encryption " << w->encryption << " keys"
                 << texts(w->wepKeys, &WepKeyStruct::key) << " authentication " << w->authentication << "\n";
-        }
     }
     return out.str();
 }
 
-// A full wired configuration: static addressing, static DNS with suffixes and
-// servers, static WINS, 100/full, host name, locale and two asset tags.
+// Wired: static addressing, DNS (suffixes, servers) and WINS, 100/full, host name, locale, two tags.
 constexpr char kWired[] =
     "<deviceConfiguration><deviceSettings><locale>de_DE</locale>"
     "<hostName><static><name>kiosk-12</name></static></hostName></deviceSettings>"
@@ -116,8 +110,7 @@ constexpr char kWiredRecord[] =
     "adapter '00:11:22:33:44:55' wol 1 address 1 '10.0.0.5' '255.255.255.0' '10.0.0.1' link 100 2\n"
     " dns 0 'corp.example' 'example' servers '10.0.0.2' '10.0.0.3' wins 0 '10.0.0.4'\n";
 
-// Dynamic addressing, DNS and WINS and two wireless profiles: "home" (WEP,
-// two keys, open) and "guest" (no encryption, wpa-psk).
+// Dynamic everything, profiles "home" (WEP, two keys, open) and "guest" (no encryption, wpa-psk).
 constexpr char kWireless[] =
     "<deviceConfiguration><networkAdapterConfigurationSet><networkAdapterConfiguration>"
     "<macAddress>66:77:88:99:AA:BB</macAddress><networkAdapterSettings><wolEnabled>false</wolEnabled>"

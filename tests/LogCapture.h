@@ -1,6 +1,4 @@
-// Test helpers: LogCapture points the logger at a temporary file for its
-// lifetime and reads back what was written. Reports are written here as
-// "function: message".
+// LogCapture points the logger at a temporary file for its lifetime; reports are "function: message".
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,11 +14,10 @@
 
 #include "ZovLogger.h"
 
-// The end of the log line of a report "function: message": the function-name
-// column and the message.
+// The end of the log line of a report: the function-name column and the message.
 inline std::string reportLine(const std::string &report) {
     std::string function = report.substr(0, report.find(": "));
-    if (function.size() < 25) function.resize(25, ' ');
+    function.resize(std::max<std::size_t>(function.size(), 25), ' ');
     return "[" + function + "] :" + report.substr(report.find(": ") + 2) + "\n";
 }
 
@@ -39,7 +36,6 @@ public:
         zovLoggerSetLogLevel(savedLevel_);
         std::remove(path_.c_str());
     }
-
     const std::string &path() const { return path_; }
     std::string text() const {
         std::ifstream in(path_, std::ios::binary);
@@ -54,8 +50,7 @@ private:
     std::string path_;
 };
 
-// The log holds exactly these reports, in this order (the source file and line
-// columns, "[CommandParser  ][123    ]", aside).
+// The log holds exactly these reports, in order (source file and line columns aside).
 inline void expectReports(const LogCapture &log, const std::vector<std::string> &reports) {
     std::string expected, logged, text = log.text();
     for (const std::string &report : reports) expected += reportLine(report);

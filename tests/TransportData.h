@@ -1,7 +1,7 @@
-// Test and benchmark helpers for the transport families: chains and header lists
-// from and to strings, pseudo-random bytes, and their standard base64 text.
+// Chains and header lists from and to strings, pseudo-random bytes and their base64 text.
 #pragma once
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <string_view>
@@ -54,13 +54,12 @@ inline std::string randomBytes(std::size_t size) {
     return bytes;
 }
 
-// Base64 of bytes; with lineWidth > 0 the text is cut into lines of that many
-// characters, each followed by lineEnd (the last one too).
+// Base64 of bytes; with lineWidth > 0 in lines of that width, each ended by lineEnd.
 inline std::string base64Text(std::string_view bytes, std::size_t lineWidth = 0, std::string_view lineEnd = "\r\n") {
     static constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text, wrapped;
     for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        std::size_t n = bytes.size() - i < 3 ? bytes.size() - i : 3;
+        const std::size_t n = std::min<std::size_t>(bytes.size() - i, 3);
         unsigned word = 0;
         for (std::size_t k = 0; k < 3; ++k) word = word << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0u);
         for (std::size_t k = 0; k < 4; ++k) text += k <= n ? kAlphabet[(word >> (18 - 6 * k)) & 63] : '=';

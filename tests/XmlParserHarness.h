@@ -1,6 +1,4 @@
-// Test helpers for the XML code: a tree dump, and a harness that runs the envelope
-// parser with every callback set, keeps what was delivered and releases it as the
-// callee must.
+// A tree dump, and a harness that keeps what the envelope parser delivers and releases it as the callee must.
 #pragma once
 
 #include <cstdlib>
@@ -14,9 +12,7 @@
 #include "TransportData.h"
 #include "XmlParser.h"
 
-// One line per node in document order, indented by level: "name=contents", or
-// "name" without contents; iterative, for deep trees. dropLayout shows the blank
-// text of a node with sub-nodes (a pretty-printed layout) as no contents.
+// A line "name[=contents]" per node, indented by level; dropLayout hides the blank text of a parent.
 inline std::string dumpTree(const ZovNode *root, bool dropLayout = false) {
     std::string out;
     for (std::vector<std::pair<const ZovNode *, std::size_t>> stack{{root, 0}}; !stack.empty();) {
@@ -85,11 +81,9 @@ struct Delivered {
         return parser;
     }
 
-    // Parses one document.
     int parse(CharBuffer *chain) { return finish(xmlParserParseCharBuffer(makeParser(), chain)); }
     int parse(const std::string &xml) { return finish(xmlParserParseChar(makeParser(), xml.c_str())); }
-    // The deliveries as text: kinds, device GUID, then by kind each record's fixed
-    // fields (for commands as at the call) and its tree, layout dropped.
+    // Kinds and device GUID, then by kind each record's fields (commands' as at the call) and tree.
     std::string summary() const {
         std::string out = kinds + " device " + deviceGuid + "\n";
         auto add = [&out](const std::string &fields, const ZovNode *root) { out += fields + dumpTree(root, true); };

@@ -8,8 +8,7 @@
 
 namespace {
 
-// The bytes base64DecodeN writes of text; after a failure, those written (up
-// to the first 'x' of the fill) and "<-1>". base64Decode agrees and adds a NUL.
+// What base64DecodeN writes (after a failure, up to the fill's first 'x', then "<-1>"); base64Decode agrees.
 std::string decoded(const std::string &text) {
     std::vector<unsigned char> out(text.size() / 4 * 3 + 1, 'x'), terminated(out);
     int n = base64DecodeN(out.data(), text.data(), static_cast<int>(text.size()));
@@ -22,14 +21,13 @@ std::string decoded(const std::string &text) {
 
 }  // namespace
 
-TEST(Base64, CharactersGroupsAndPads) {
+TEST(Base64, CharactersGroupsPadsAndChains) {
     const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
     for (std::size_t i = 0; i < alphabet.size(); ++i) EXPECT_EQ(convertCharToVal(alphabet[i]), static_cast<int>(i));
     for (char c : {'\0', ' ', '\n', '-', '_', '@', '[', '`', '{', static_cast<char>(0xC3)})
         EXPECT_EQ(convertCharToVal(c), -1) << static_cast<int>(c);
 
-    // A failure comes after the groups before the illegal character were written;
-    // an incomplete last group is checked, not decoded; a pad does not end the input.
+    // Groups before an illegal character are written; a short last group is not; a pad does not end the input.
     LogCapture log(1);
     const std::vector<std::pair<std::string, std::string>> cases{
         {"TWFu", "Man"}, {"TWE=", "Ma"}, {"TQ==", "M"}, {"", ""}, {"TWFuTQ", "Man"}, {"TQ==TWFu", "MMan"},
@@ -50,12 +48,9 @@ TEST(Base64, CharactersGroupsAndPads) {
         EXPECT_EQ(result, -1);
     EXPECT_TRUE(log.has("base64DecodeN: bad arguments"));
     EXPECT_EQ(base64DecodeCharBuffer(nullptr, nullptr), 0);
-}
 
-TEST(Base64, ChainsDecodeSliceBySlice) {
-    // 2500 characters in links of 333 bytes: still slices of 1000, 1000 and 500
-    // characters of the text; onto the end of the text's own chain, the text only.
-    LogCapture log(1);
+    // Links of 333 bytes still decode in slices of 1000 characters; onto its own chain, the text only.
+    log.clear();
     const std::string bytes = randomBytes(1875), text = base64Text(bytes);
     CharBuffer *src = chainOf(text, 333), *dest = chainOf("keep");
     EXPECT_EQ(base64DecodeCharBuffer(dest, src), 4 + 1875);

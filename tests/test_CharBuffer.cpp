@@ -1,15 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <regex>
-#include <string>
-#include <vector>
 
 #include "CharBuffer.h"
 #include "LogCapture.h"
-#include "internal/Chain.h"
 
 namespace {
 
@@ -29,9 +24,8 @@ std::vector<int> linkLengths(const CharBuffer *chain) {
 
 // A string handed out by the chain functions, freed ("<null>" for NULL).
 std::string takeString(char *text) {
-    std::string copy = text ? text : "<null>";
-    std::free(text);
-    return copy;
+    std::unique_ptr<char, decltype(&std::free)> owned(text, std::free);
+    return text ? text : "<null>";
 }
 
 std::string textOf(CharBuffer *chain) { return takeString(charBufferToChar(chain)); }
@@ -45,7 +39,7 @@ std::string patterned(std::size_t size) {
 
 }  // namespace
 
-TEST(CharBuffer, AppendJoinAndCopyFillLinksToTheirCapacity) {
+TEST(CharBuffer, AppendJoinCopyAndBadArguments) {
     Chain exact = chainOf(std::string(1000, 'x'));
     EXPECT_EQ(linkLengths(exact.get()), (std::vector<int>{1000}));
     addDataToCharBuffer(exact.get(), "y", 1);
@@ -76,15 +70,12 @@ TEST(CharBuffer, AppendJoinAndCopyFillLinksToTheirCapacity) {
     char lines[] = "a\r\nb\nc\r";
     EXPECT_EQ(removeNewLines(lines), lines);
     EXPECT_STREQ(lines, "abc");
-}
 
-TEST(CharBuffer, BadArgumentsAndOddLinks) {
     LogCapture log(1);
     Chain chain = chainOf("");
     EXPECT_TRUE(addDataToCharBuffer(chain.get(), "abc", 0) == 0 && addDataToCharBuffer(chain.get(), "abc", -5) == 0);
     EXPECT_EQ(log.text(), "");
-    EXPECT_EQ(addDataToCharBuffer(chain.get(), nullptr, 0), -1);
-    EXPECT_EQ(addDataToCharBuffer(nullptr, "abc", 3), -1);
+    EXPECT_TRUE(addDataToCharBuffer(chain.get(), nullptr, 0) == -1 && addDataToCharBuffer(nullptr, "abc", 3) == -1);
     addCharBufferToCharBuffer(chain.get(), nullptr);
     addCharBufferToCharBuffer(nullptr, chain.get());
     EXPECT_TRUE(std::regex_match(log.text(), std::regex(R"((\[CharBuffer     \]\[\d+ *\]\[addDataToCharBuffer      \] )"
@@ -92,21 +83,12 @@ TEST(CharBuffer, BadArgumentsAndOddLinks) {
     EXPECT_TRUE(getTotalBufferLength(nullptr) == 0 && findLastCharBuffer(nullptr) == nullptr &&
                 charBufferToChar(nullptr) == nullptr && charBufferCopy(nullptr) == nullptr);
     int position = -1;
-    EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
-    EXPECT_EQ(getCharBufferLine(chain.get(), nullptr), nullptr);
-
-    // A hand-built chain: lengths outside 0..1000 are read as what fits.
-    chain->length = -20;
-    chain->next = createCharBuffer();
-    chain->next->length = 5000;
-    std::memset(chain->next->data, 'z', CHAR_BUFFER_SIZE);
-    EXPECT_EQ(getTotalBufferLength(chain.get()), 1000);
-    EXPECT_EQ(textOf(chain.get()), std::string(1000, 'z'));
+    EXPECT_TRUE(getCharBufferLine(chain.get(), &position) == nullptr && !getCharBufferLine(chain.get(), nullptr));
 }
 
-TEST(CharBuffer, GetDataAcrossLinksAndOffsets) {
+TEST(CharBuffer, DataAndLinesAcrossLinks) {
     LogCapture log(1);
-    std::string text = patterned(2500);
+    const std::string text = patterned(2500);
     Chain chain = chainOf(text);
     std::vector<char> dest(3000, '#');
     const std::size_t reads[][3] = {{1500, 900, 1500}, {10, 1000, 10}, {100, 2495, 5}, {10, 2500, 0}};
@@ -122,32 +104,17 @@ TEST(CharBuffer, GetDataAcrossLinksAndOffsets) {
     EXPECT_TRUE(log.has("getDataFromCharBuffer: Reached last charBuffer before startingCharacter found"));
     EXPECT_EQ(getDataFromCharBuffer(chainOf("").get(), dest.data(), 10, 0), 0u);
     EXPECT_EQ(dest[0], '\0');
-}
 
-TEST(CharBuffer, LinesDropCarriageReturnsAndKeepNewlines) {
-    // Each text is read line by line from offset 0 to its end; the long line crosses links.
+    // Lines drop carriage returns and keep newlines; the long line crosses links.
     std::string longLine = patterned(5000), head(995, 'p');
     const std::pair<std::string, std::vector<std::string>> cases[] = {
         {"a\rb\r\ncd", {"ab\n", "cd"}}, {"x\n\ny\n", {"x\n", "\n", "y\n"}}, {"", {}},
         {head + "\n" + longLine + "\r\nend", {head + "\n", longLine + "\n", "end"}}};
-    for (const auto &[text, lines] : cases) {
-        Chain chain = chainOf(text);
+    for (const auto &[input, lines] : cases) {
+        Chain read = chainOf(input);
         int position = 0;
-        for (const std::string &line : lines) EXPECT_EQ(takeString(getCharBufferLine(chain.get(), &position)), line);
-        EXPECT_EQ(position, static_cast<int>(text.size()));
-        EXPECT_EQ(getCharBufferLine(chain.get(), &position), nullptr);
+        for (const std::string &line : lines) EXPECT_EQ(takeString(getCharBufferLine(read.get(), &position)), line);
+        EXPECT_EQ(position, static_cast<int>(input.size()));
+        EXPECT_EQ(getCharBufferLine(read.get(), &position), nullptr);
     }
-}
-
-// The library's chain appender keeps its place across appends, and follows
-// links added behind its back instead of cutting them off.
-TEST(ChainInternals, AppenderFollowsTheChain) {
-    Chain chain = chainOf("");
-    zov::ChainAppender appender(chain.get());
-    const std::string text = patterned(2507);
-    for (std::size_t at = 0; at < text.size(); at += 37) ASSERT_TRUE(appender.append(text.substr(at, 37)));
-    addDataToCharBuffer(chain.get(), std::string(1500, 'b').data(), 1500);
-    ASSERT_TRUE(appender.append("c", 1));
-    EXPECT_EQ(linkLengths(chain.get()), (std::vector<int>{1000, 1000, 1000, 1000, 8}));
-    EXPECT_EQ(textOf(chain.get()), text + std::string(1500, 'b') + "c");
 }

@@ -3,9 +3,8 @@
 #include "HttpHeader.h"
 #include "TransportData.h"
 
-TEST(HttpHeader, AddUpdateRemoveCopyAndFree) {
-    // Names and values trimmed (the field bounds are in test_Limits); an
-    // update keeps the record's place.
+TEST(HttpHeader, ListsRequestsAndStatusLines) {
+    // Names and values trimmed; an update keeps the record's place.
     Headers list(HeaderPairs{{"Content-Type", "text/xml"}, {"  X", "  one"}, {"X", "two"},
                              {"Content-Type", "text/plain"}, {"Empty", ""}, {"Last", "z"}});
     EXPECT_EQ(pairsOf(list.head), (HeaderPairs{{"Content-Type", "text/plain"}, {"X", "two"}, {"Empty", ""},
@@ -23,17 +22,13 @@ TEST(HttpHeader, AddUpdateRemoveCopyAndFree) {
     EXPECT_STREQ(list.head->next->value, "two");
     httpPayloadFreeHeaders(&copy);
     EXPECT_EQ(copy, nullptr);
-    httpPayloadFreeHeaders(&copy);
-    httpPayloadFreeHeaders(nullptr);
 
     // A null value removes: an absent name, an inner record, the head, the last, the only one.
     for (const char *name : {"Absent", " X", "Content-Type"}) EXPECT_EQ(httpPayloadAddHeader(&list.head, name, nullptr), 0);
     EXPECT_EQ(pairsOf(list.head), (HeaderPairs{{"Empty", ""}, {"Last", "z"}}));
     for (const char *name : {"Last", "Empty"}) EXPECT_EQ(httpPayloadAddHeader(&list.head, name, nullptr), 0);
     EXPECT_EQ(list.head, nullptr);
-}
 
-TEST(HttpHeader, RequestAndStatusLines) {
     const std::vector<std::pair<const char *, int>> requests{{"post /x HTTP/1.1", 1}, {"POSTED", 1},
         {"GET / HTTP/1.1", 2}, {"gets", 2}, {"PUT / HTTP/1.1", 3}, {"PO", 3}, {"", 3}, {nullptr, 3}};
     for (const auto &[line, type] : requests) EXPECT_EQ(getRequestType(line), type) << (line ? line : "NULL");

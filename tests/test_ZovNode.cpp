@@ -1,12 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <string>
-
 #include "LogCapture.h"
 #include "ZovNode.h"
 
-TEST(ZovNode, AddByDepthFollowsTheRightmostPath) {
+TEST(ZovNode, AddByDepthAndSearchByName) {
     LogCapture log(1);
     for (int depth = -1; depth <= 4; ++depth) {
         // "root" with sub-nodes A and B, B holding C.
@@ -21,8 +18,7 @@ TEST(ZovNode, AddByDepthFollowsTheRightmostPath) {
     }
     EXPECT_TRUE(log.contains("[ZovNode        ][") &&
                 log.has("addZovSubNodeDepth: trying to add at a depth greater than possible in current tree"));
-    // Once a node follows the root, level 1 is that node's sub-node list.
-    ZovNode *root = newZovNode("root", nullptr);
+    ZovNode *root = newZovNode("root", nullptr);  // once a node follows it, level 1 is that node's sub-nodes
     ZovNode *after = addNewZovSubNodeDepth(root, "after", nullptr, 0);
     EXPECT_EQ(addNewZovSubNodeDepth(root, "x", nullptr, 1), after->subNode);
 
@@ -31,14 +27,13 @@ TEST(ZovNode, AddByDepthFollowsTheRightmostPath) {
     EXPECT_EQ(addZovSubNode(nullptr, root), -1);
     EXPECT_EQ(addNewZovSubNode(nullptr, "x", nullptr), nullptr);
     freeZovNode(root);
-}
 
-TEST(ZovNode, SearchByNameOnlyAmongDirectSubNodes) {
-    ZovNode *root = newZovNode("root", nullptr);
+    // Search by name looks only among direct sub-nodes.
+    root = newZovNode("root", nullptr);
     addNewZovSubNode(root, nullptr, "nameless");
-    std::string name = "dup";
-    ZovNode *first = addNewZovSubNode(root, name.c_str(), "first");
-    name = "xxx";  // the node holds its own copy
+    char name[] = "dup";
+    ZovNode *first = addNewZovSubNode(root, name, "first");
+    name[0] = 'x';  // the node holds its own copy
     addNewZovSubNode(first, "grandchild", "g");
     addNewZovSubNode(root, "dup", "second");
     addNewZovSubNode(root, "empty", nullptr);
@@ -51,8 +46,7 @@ TEST(ZovNode, SearchByNameOnlyAmongDirectSubNodes) {
     freeZovNode(root);
 }
 
-// The fields point at the contents of the root's "commandName" and "commandGuid"
-// sub-nodes (the record kinds' root names show in the envelope parser's tests).
+// The fields point at the contents of the root's "commandName" and "commandGuid" sub-nodes.
 TEST(ZovNode, CommandWithNameAndGuidAndCommandLists) {
     ZovCommandStruct *command = newZovCommandStructWithNameAndGuid("reboot", "G-1");
     ZovNode *name = command->rootNode->subNode, *guid = name->nextNode;
@@ -62,7 +56,7 @@ TEST(ZovNode, CommandWithNameAndGuidAndCommandLists) {
     guid = getSubNodeByName(noGuid->rootNode, "commandGuid");
     EXPECT_TRUE(noGuid->commandGuid == nullptr && guid != nullptr && guid->contents == nullptr);
 
-    // A list of three, the second with an attached MIME part: all released.
+    // A list of three, the second with a MIME part: all released.
     command->next = noGuid;
     noGuid->next = newZovCommandStruct();
     noGuid->mime = static_cast<MimeStruct *>(std::calloc(1, sizeof(MimeStruct)));
