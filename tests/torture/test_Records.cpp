@@ -20,7 +20,8 @@ Operation made(const std::string &name, Make make, Release release, Describe des
     return {name, [=] {
                 auto *object = armed(make);
                 std::string out = object != nullptr ? describe(object) : "NULL";
-                return release(object), out;
+                release(object);
+                return out;
             }, {oneOf(std::move(failures))}};
 }
 
@@ -82,7 +83,8 @@ TEST(Torture, Constructors) {
              ServerList *got = armed([&] { return addServerToList(head, "http://b/"); });
              std::string out = got == nullptr ? "NULL" : got == head ? "head" : "other";
              for (ServerList *entry = head; entry != nullptr; entry = entry->next) out += " " + str(entry->url);
-             return freeServerList(head), out;
+             freeServerList(head);
+             return out;
          }, {oneOf({{"NULL http://a/", "addServerToList: malloc error\n"}})}},
     });
 }
@@ -109,7 +111,8 @@ TEST(Torture, ChainsAndCopies) {
              CharBuffer *dest = chainOf(std::string(990, '-'));
              armed([&] { addCharBufferToCharBuffer(dest, source); });
              std::string out = textOf(dest);
-             return freeAllCharBuffers(dest), out;
+             freeAllCharBuffers(dest);
+             return out;
          }, {loses({"addDataToCharBuffer: Error in adding CharBuffer\n"})}},
     });
     freeAllCharBuffers(source);
